@@ -1,0 +1,401 @@
+// Start-up, printer information, menus and shutdown of the main window.
+#include "AppDelegate.h"
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QDesktopServices>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QPixmap>
+#include <QStandardPaths>
+#include <QTabWidget>
+#include <QUrl>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <unistd.h>
+
+#include "CardSetupController.h"
+#include "DeviceSettingsController.h"
+#include "EncodingController.h"
+#include "Log.h"
+#include "Paths.h"
+#include "PrinterLauncher.h"
+#include "PrinterModelRules.h"
+#include "RadioPair.h"
+#include "ui_MainWindow.h"
+
+namespace {
+
+constexpr char kAboutProduct[] = "Orvex VKT Series 3/1 CardPrinter";
+constexpr char kBuildVersion[] = "QR7HM.1.00.02";
+constexpr char kBuildDate[] = "Apr 15 2016";
+constexpr char kAboutClosing[] = "Printer Properties for Linux";
+constexpr char kLogFileName[] = "VKTS3Properties.log";
+constexpr char kIconResource[] = ":/images/Orvex_Logo_Stacked_K.png";
+constexpr char kLogoResource[] = ":/images/Orvex_Logo_K.png";
+constexpr char kNotAbleToLaunch[] = "Not able to launch printer properties.";
+constexpr char kOfflineMessage[] =
+    "The Printer is offline. Check the network / USB cable connection to the printer, that is powered on, and "
+    "that it is online.";
+
+QString Q(const std::string& text) { return QString::fromStdString(text); }
+
+// The "KEY=value" lines of an os-release file, quotes removed.
+std::map<std::string, std::string> ReadOsRelease(const std::string& path) {
+  std::map<std::string, std::string> values;
+  std::ifstream in(path);
+  std::string line;
+  while (std::getline(in, line)) {
+    size_t equals = line.find('=');
+    if (equals == std::string::npos || line[0] == '#') continue;
+    std::string value = line.substr(equals + 1);
+    if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front()) {
+      value = value.substr(1, value.size() - 2);
+    }
+    values[line.substr(0, equals)] = value;
+  }
+  return values;
+}
+
+}  // namespace
+
+// The images are compiled into this static library; their registration must be asked for.
+static void InitResources() { Q_INIT_RESOURCE(resources); }
+
+AppDelegate::AppDelegate(Prompter& prompter, Seams seams)
+    : prompter_(prompter),
+      seams_(std::move(seams)),
+      window_(std::make_unique<QMainWindow>()),
+      ui_(std::make_unique<Ui::MainWindow>()) {
+  InitResources();
+  ui_->setupUi(window_.get());
+  // The form lists its two items; like the system's lists it starts with none chosen.
+  ui_->PrintOnBothside->setCurrentIndex(-1);
+  hiLoCo_ = std::make_unique<RadioPair>(ui_->rdHighCo, ui_->rdLowCo);
+  cardSetup_ = std::make_unique<CardSetupController>(*this);
+  encoding_ = std::make_unique<EncodingController>(*this);
+  deviceSettings_ = std::make_unique<DeviceSettingsController>(*this);
+  if (!seams_.makeSession) {
+    seams_.makeSession = [](const std::string& queue) { return std::make_unique<DeviceCommunication>(queue); };
+  }
+  if (!seams_.makeLauncher) {
+    seams_.makeLauncher = [](Prompter& prompter) { return std::make_unique<PrinterLauncher>(prompter); };
+  }
+  if (!seams_.quit) seams_.quit = [] { QCoreApplication::quit(); };
+  ConnectActions();
+}
+
+AppDelegate::~AppDelegate() { EndSession(); }
+
+AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
+  // 1-3: About text and the operating system's name and version.
+  ui_->txtVersionInfo->setAlignment(Qt::AlignCenter);
+  ui_->txtVersionInfo->setText(Q(StringPrintf("%s\n\nVersion %s (dt. %s)\n\n%s", kAboutProduct, kBuildVersion,
+                                              kBuildDate, kAboutClosing)));
+  ui_->lblMacOSXVersionTxt->setText(Q(OperatingSystemVersion()));
+
+  // 4: a fresh log for each run.
+  PPDHelper::DeleteFile(GetLogFilePath());
+  redirectLogToDocuments();
+
+  // 5-6.
+  bSettingSaved = false;
+  IcongPath = kIconResource;
+  urlIcon = IcongPath;
+
+  // 7-10: the chooser, unless the queue was given.
+  if (seams_.queue.empty()) {
+    PrinterLauncherController = seams_.makeLauncher(prompter_);
+    if (!PrinterLauncherController) {
+      prompter_.Show("", kNotAbleToLaunch, {"OK"}, Prompter::Level::kNote);
+      return StartupResult::kStopped;
+    }
+    PrinterLauncherController->exec();
+    PrinterLauncherController->hide();
+    if (PrinterLauncherController->getcloseLauncher() == 1) {
+      PrinterLauncherController->close();
+      Quit();
+      return StartupResult::kQuit;
+    }
+    printerName = PrinterLauncherController->getPrinterName();
+  } else {
+    printerName = seams_.queue;
+  }
+  if (printerName.empty()) {
+    prompter_.Show("", kOfflineMessage, {"OK"}, Prompter::Level::kStop);
+    return StartupResult::kStopped;
+  }
+
+  // 11: the logo of the About tab.
+  ui_->orveximage->setPixmap(QPixmap(kLogoResource));
+
+  // 12-13.
+  window_->setWindowTitle(Q(printerName + " Printer Properties"));
+  printerNameRef = printerName;
+  for (QLineEdit* field : {ui_->leTrack1, ui_->leTrack2, ui_->leTrack3, ui_->leFrontX, ui_->leFrontY, ui_->leBackX,
+                           ui_->leBackY}) {
+    // textEdited: only the user's edits reach the hook, not the program's writes.
+    connect(field, &QLineEdit::textEdited, this, [this, field] { controlTextDidChange(field); });
+  }
+  ui_->FWDownloadBtn->setEnabled(false);
+  ui_->prnSendBtn->setEnabled(false);
+
+  // 14: the session.
+  objDev_ = seams_.makeSession(printerName);
+  if (!objDev_ || !objDev_->Transport()) {
+    prompter_.Show("", kNotAbleToLaunch, {"OK"}, Prompter::Level::kNote);
+    return StartupResult::kStopped;
+  }
+
+  // 15: a printer that does not answer leaves only the About tab.
+  bool skipToLists = false;
+  if (objDev_->GetDeviceStatusInfo() < 1) {
+    int answer = prompter_.Show(printerName, kOfflineMessage, {"OK"}, Prompter::Level::kNote, urlIcon);
+    if (answer == 0) {
+      RemoveTab(ui_->CardSetupTab);
+      RemoveTab(ui_->EncodingTab);
+      RemoveTab(ui_->DeviceSettingTab);
+      RemoveTab(ui_->ToolsTab);
+      ShowMainWindow();
+      return StartupResult::kOffline;
+    }
+    skipToLists = true;
+  }
+
+  if (!skipToLists) {
+    // 16-17.
+    ShowMainWindow();
+    PPDFileName = vkt_paths::PpdPathForQueue(printerName);
+    objPPDHelper_ = std::make_unique<PPDHelper>();
+
+    // 18.
+    objPPDHelper_->InitPPD(PPDFileName);
+    FillPrinterInformation();
+    hiLoCo_->SelectFirst();
+
+    // 19-20: the model and its options.
+    PrinterModelRules rules = PrinterModelRules::Decide(frmVersion, PrinterType);
+    PrinterName = rules.PrinterName;
+    PrinterType = rules.PrinterType;
+    bDualSide = rules.bDualSide;
+    ui_->PrintOnBothside->setEnabled(rules.bDualSide);
+    ui_->SmartCard->setText(Q(rules.SmartCard));
+    if (!PrinterName.empty()) {
+      ui_->modelname->setText(Q(PrinterName));
+      ui_->MagEncoder->setText(rules.magEncoder ? "Yes" : "No");
+      if (!rules.magEncoder) RemoveTab(ui_->EncodingTab);
+    }
+
+    // 21.
+    QPixmap logo(kLogoResource);
+    for (QLabel* view : {ui_->orvexLogo, ui_->OrvexLogo1, ui_->orvexlogo2, ui_->OrvexLogoForTools}) {
+      view->setPixmap(logo.scaled(view->maximumSize().boundedTo(QSize(220, 90)), Qt::KeepAspectRatio,
+                                  Qt::SmoothTransformation));
+    }
+
+    // 22-23.
+    SetMagUIAdvSettings();
+    RegisterListHandlers();
+
+    // 24: the feeder list follows the printer's mode.
+    ui_->FeederOption->RemoveAllItems();
+    ui_->FeederOption->AddItems({"Card feeder", "Single feeder slot", "Auto feed"});
+    ui_->FeederOption->SelectItemAtIndex(objDev_->GetFeederStatus());
+    ui_->RibbonCombinatioin->AddItem("Front K");
+    ui_->leTrack1->setEnabled(false);
+    ui_->leTrack2->setEnabled(false);
+    ui_->leTrack3->setEnabled(false);
+
+    // 25.
+    GetOffsetFromPrinter();
+    ui_->PrintTestCardcombo->SelectItemAtIndex(0);
+    ui_->cleaningcombobox->SelectItemAtIndex(0);
+    ui_->FWDownloadBtn->setEnabled(false);
+    ui_->prnSendBtn->setEnabled(false);
+  }
+
+  // 26.
+  ui_->Rotate->RemoveAllItems();
+  ui_->Rotate->AddItems({"None", "Front", "Back", "Both"});
+  ui_->MonoChromeConv->RemoveAllItems();
+  ui_->MonoChromeConv->AddItems({"Diffusion", "Halftone", "Barcode", "Text"});
+
+  // 27: the lists are filled without their handlers rewriting the monochrome option.
+  bChangeMonoChromeConvIndex = false;
+  FillRibbonTypeComboBox();
+  LoadPPDDefaultValues();
+  bChangeMonoChromeConvIndex = true;
+
+  // 28.
+  ui_->PrinterFeedOptionApplyBtn->setEnabled(false);
+  return StartupResult::kReady;
+}
+
+std::string AppDelegate::GetLogFilePath() const {
+  QString folder = seams_.documentsFolder.empty()
+                       ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
+                       : Q(seams_.documentsFolder);
+  QDir().mkpath(folder);
+  return QDir(folder).filePath(kLogFileName).toStdString();
+}
+
+void AppDelegate::redirectLogToDocuments() {
+  if (!seams_.redirectLog) return;
+  if (!std::freopen(GetLogFilePath().c_str(), "a+", stderr)) {
+    std::fprintf(stdout, "Cannot open the log file %s\n", GetLogFilePath().c_str());
+  }
+}
+
+std::string AppDelegate::OperatingSystemVersion() const {
+  auto release = ReadOsRelease(seams_.osReleasePath);
+  std::string name = release.count("PRETTY_NAME") ? release["PRETTY_NAME"] : release["NAME"];
+  if (name.empty()) name = "Linux";
+  std::string version = release["VERSION"];
+  return version.empty() ? name : name + " Version " + version;
+}
+
+void AppDelegate::FillPrinterInformation() {
+  ui_->RemainingCount->clear();
+  ui_->SerialNum->setText(Q(objDev_->GetSerialNumber()));
+  frmVersion = objDev_->GetFirmwareVersion();
+  ui_->FwVersion->setText(Q(frmVersion));
+  ui_->HeadResis->setText(Q(objDev_->GetHeadResistance()));
+  strRibbonType = objDev_->GetRibbonType();
+  ui_->PannelPrinted->setText(Q(objDev_->GetPanelsPrinted()));
+  ui_->RibbonTypes->setText(strRibbonType ? Q(*strRibbonType) : QString());
+  std::string remaining = objDev_->GetRemainingCount();
+  // A monochrome ribbon reports no count: its 0 means "not known".
+  if (std::atoi(remaining.c_str()) == 0 && strRibbonType && *strRibbonType == "Monochrome") remaining = "N/A";
+  ui_->RemainingCount->setText(Q(remaining));
+}
+
+std::vector<std::string> AppDelegate::GetPanelsPrintedAndPrinterError() {
+  std::vector<std::string> parts;
+  if (!objDev_) return parts;
+  static const char kPanels[] = "\x1b!NL\r";
+  static const char kReplyRequest[] = "\x1b" "E 2\r";
+  objDev_->WriteToPrinter(kPanels, 5);
+  objDev_->WriteToPrinter(kReplyRequest, 5);
+  std::string reply = objDev_->ReadFromPrinter().value_or("");
+  size_t start = 0;
+  while (true) {
+    size_t space = reply.find(' ', start);
+    parts.push_back(reply.substr(start, space - start));
+    if (space == std::string::npos) break;
+    start = space + 1;
+  }
+  return parts;
+}
+
+std::string AppDelegate::TrimString(const std::string& text) { return DeviceCommunication::TrimString(text); }
+
+void AppDelegate::EndSession() {
+  if (!objDev_) return;
+  printerNameRef.clear();
+  urlIcon.clear();
+  objDev_.reset();
+}
+
+bool AppDelegate::applicationShouldTerminateAfterLastWindowClosed() {
+  EndSession();
+  return true;
+}
+
+void AppDelegate::OnClickCloseButton() {
+  if (!bSettingSaved) {
+    // Filled in with the card-setup tab: a confirmed ribbon reaches the driver without Apply.
+  }
+  EndSession();
+  Quit();
+}
+
+void AppDelegate::CancelBtn() {
+  EndSession();
+  Quit();
+}
+
+void AppDelegate::JobLogBtn() { OpenChildWindow(seams_.makeJobLogWindow, "Not able to display Job log dialouge."); }
+
+void AppDelegate::SaveandRestoreBtn() {
+  OpenChildWindow(seams_.makeSaveRestoreWindow, "Not able to display Save/Restore dialouge.");
+}
+
+void AppDelegate::OpenChildWindow(
+    const std::function<std::unique_ptr<QDialog>(const std::string&, QWidget*)>& make, const char* failure) {
+  std::unique_ptr<QDialog> child = make ? make(PPDFileName, window_.get()) : nullptr;
+  if (!child) {
+    prompter_.Show("", failure, {"OK"}, Prompter::Level::kNote);
+    return;
+  }
+  child->exec();
+  child->hide();
+  child->close();
+}
+
+void AppDelegate::mnuAboutClick() { ui_->tabview->setCurrentWidget(ui_->AboutTab); }
+
+QString AppDelegate::UserGuidePath() {
+  QByteArray overridden = qgetenv("VKT_USER_GUIDE");
+  if (!overridden.isEmpty()) return QString::fromLocal8Bit(overridden);
+  return QCoreApplication::applicationDirPath() + "/VKTS3PropertiesUserGuide.pdf";
+}
+
+void AppDelegate::mnuShowHelp() {
+  QString path = UserGuidePath();
+  if (!QFileInfo::exists(path)) return;
+  QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+void AppDelegate::SetMagUIAdvSettings() { encoding_->SetMagUIAdvSettings(); }
+void AppDelegate::GetOffsetFromPrinter() { deviceSettings_->GetOffsetFromPrinter(); }
+void AppDelegate::FillRibbonTypeComboBox() { cardSetup_->FillRibbonTypeComboBox(); }
+void AppDelegate::LoadPPDDefaultValues() { cardSetup_->LoadPPDDefaultValues(); }
+void AppDelegate::controlTextDidChange(QLineEdit* field) { encoding_->SetValidationToTrack(field); }
+void AppDelegate::CardSetup_PrintOnBothSide() { cardSetup_->CardSetup_PrintOnBothSide(); }
+void AppDelegate::RibbonTypeChanged() { cardSetup_->RibbonTypeChanged(); }
+void AppDelegate::RibbonCombinatioinGotFocus() { cardSetup_->RibbonCombinatioinGotFocus(); }
+void AppDelegate::EnableApplyButton() { cardSetup_->EnableApplyButton(); }
+void AppDelegate::SingleFeedComboBoxAction() { deviceSettings_->SingleFeedComboBoxAction(); }
+
+void AppDelegate::RegisterListHandlers() {
+  // One registration each; TypeOfRibbon reaches RibbonTypeChanged before EnableApplyButton.
+  connect(ui_->PrintOnBothside, &VktComboBox::SelectionDidChange, this, [this] { CardSetup_PrintOnBothSide(); });
+  connect(ui_->TypeOfRibbon, &VktComboBox::SelectionDidChange, this, [this] { RibbonTypeChanged(); });
+  connect(ui_->RibbonCombinatioin, &VktComboBox::SelectionDidChange, this, [this] { RibbonCombinatioinGotFocus(); });
+  for (VktComboBox* list : {ui_->MonoChromeConv, ui_->Rotate, ui_->PrintingMode, ui_->TypeOfRibbon}) {
+    connect(list, &VktComboBox::SelectionDidChange, this, [this] { EnableApplyButton(); });
+  }
+  connect(ui_->FeederOption, &VktComboBox::SelectionDidChange, this, [this] { SingleFeedComboBoxAction(); });
+}
+
+void AppDelegate::ConnectActions() {
+  connect(ui_->mnuAbout, &QAction::triggered, this, [this] { mnuAboutClick(); });
+  connect(ui_->mnuShowHelp, &QAction::triggered, this, [this] { mnuShowHelp(); });
+  connect(ui_->mnuQuit, &QAction::triggered, this, [this] { OnClickCloseButton(); });
+  connect(ui_->CloseBtn, &QPushButton::clicked, this, [this] { OnClickCloseButton(); });
+  connect(ui_->CancelBtn, &QPushButton::clicked, this, [this] { CancelBtn(); });
+  connect(ui_->JobLogBtn, &QPushButton::clicked, this, [this] { JobLogBtn(); });
+  connect(ui_->SaveRestoreBtn, &QPushButton::clicked, this, [this] { SaveandRestoreBtn(); });
+  if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+    connect(app, &QGuiApplication::lastWindowClosed, this, [this] { applicationShouldTerminateAfterLastWindowClosed(); });
+  }
+}
+
+void AppDelegate::RemoveTab(QWidget* tab) {
+  int index = ui_->tabview->indexOf(tab);
+  if (index >= 0) ui_->tabview->removeTab(index);
+}
+
+void AppDelegate::ShowMainWindow() {
+  window_->show();
+  window_->raise();
+  window_->activateWindow();
+}
+
+void AppDelegate::Quit() { seams_.quit(); }

@@ -1,0 +1,35 @@
+// The drain handshake both transports share: it clears replies that a
+// previous session left waiting in the printer.
+#include "VKTS3Communication.h"
+
+#include <cstring>
+
+namespace {
+constexpr char kAck = 0x06;
+constexpr char kNak = 0x15;
+constexpr char kResetCommand[] = "\x1b.\r";       // 3 bytes
+constexpr char kReplyRequest[] = "\x1b" "E 2\r";  // 5 bytes
+
+char FirstByte(const ReplyBuffer& buffer) { return buffer ? buffer[0] : '\0'; }
+}  // namespace
+
+void VKTS3Communication::RunFlushHandshake() {
+  SendDataToPrinter(kResetCommand, 3);
+  SendDataToPrinter(kReplyRequest, 5);
+  ReplyBuffer reply;
+  int count = GetDataFromPrinter(&reply);
+  if (count >= 0 && FirstByte(reply) == kAck) return;
+
+  // The printer keeps answering NAK while it still holds stale replies; there
+  // is deliberately no bound on the rounds, each one is bounded by the read
+  // wait of the transport.
+  do {
+    SendDataToPrinter(kResetCommand, 3);
+    SendDataToPrinter(kReplyRequest, 5);
+    reply.reset();
+    count = GetDataFromPrinter(&reply);
+    if (count == -1) return;
+    if (FirstByte(reply) != kNak) return;
+    std::memset(reply.get(), 0, kReplyBufferSize);
+  } while (count > 0);
+}

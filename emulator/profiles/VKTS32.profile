@@ -1,0 +1,44 @@
+# Series 32, dual-sided, magnetic encoder, no smart card. Firmware text of 20 characters: letter 5 '-' (no smart card), letter 6 'M' (encoder).
+model = VKTS32
+firmware = VKT32-M V1.02.03.016
+serial = S32000001
+head_resistance = 2950
+panels_printed = 1234
+printer_errors = 0
+ribbon_code = 43
+ribbon_remaining = 120
+ribbon_capacity = 200
+encoder = yes
+
+# Every other key, at its default value (see README.md).
+black_contrast = 5
+black_speed = 3
+varnish_contrast = 4
+varnish_speed = 2
+edge_count = 17
+ribbon_brake = 12 0
+speed_settings = MS 5 3 0 0 0 0 0 0 10 8
+line_end = 12
+head_number = H0815
+offset_front_x = 0
+offset_front_y = 0
+offset_back_x = 0
+offset_back_y = 0
+feeder_mode = 0
+track1_write = A
+track1_read = Q
+track1_density = 210
+track2_write = B
+track2_read = R
+track2_density = 75
+track3_write = C
+track3_read = S
+track3_density = 210
+coercivity = high
+encoder_write_speed = 12
+encoder_read_speed = 10
+card_track1 =
+card_track2 =
+card_track3 =
+reset_refuse_ms = 500
+raw_idle_ms = 300

@@ -1,0 +1,21 @@
+// Owns one file descriptor and closes it when it goes out of scope.
+#pragma once
+
+class UniqueFd {
+ public:
+  UniqueFd() = default;
+  explicit UniqueFd(int fd) : fd_(fd) {}
+  ~UniqueFd();
+  UniqueFd(UniqueFd&& other) noexcept;
+  UniqueFd& operator=(UniqueFd&& other) noexcept;
+  UniqueFd(const UniqueFd&) = delete;
+  UniqueFd& operator=(const UniqueFd&) = delete;
+
+  int Get() const { return fd_; }
+  bool Valid() const { return fd_ >= 0; }
+  // Closes the held descriptor (if any) and holds fd instead.
+  void Reset(int fd = -1);
+
+ private:
+  int fd_ = -1;
+};

@@ -1,0 +1,177 @@
+// The printer chooser and start-up against the sandbox's private cupsd:
+// which queues are listed and in what order, Select, the busy alert, Cancel.
+#include <gtest/gtest.h>
+
+#include <cups/cups.h>
+
+#include <QApplication>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTimer>
+#include <set>
+
+#include "AppTestSupport.h"
+#include "PrinterLauncher.h"
+#include "RecordingWaits.h"
+#include "SandboxEnv.h"
+#include "ScriptedPrompter.h"
+#include "TestJobs.h"
+#include "ui_MainWindow.h"
+#include "ui_PrinterLauncher.h"
+
+namespace {
+
+const std::set<std::string> kListed = {"Card", "Card2", "VKTS31Socket", "VKTS1Socket", "VKTS3CSocket", "VKTS32Usb"};
+const std::set<std::string> kNotListed = {"VKTS31Ipp", "VKTS31Dnssd", "VKTS31Lower"};
+
+class ChooserTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(vkt_sandbox::Require());
+    app_test::EnsureApplication();
+  }
+
+  // The sandbox's card queues in the order CUPS gives its destinations.
+  static std::vector<std::string> ListedInCupsOrder() {
+    cups_dest_t* dests = nullptr;
+    int count = cupsGetDests(&dests);
+    std::vector<std::string> names;
+    for (int i = 0; i < count; ++i) {
+      if (kListed.count(dests[i].name)) names.push_back(dests[i].name);
+    }
+    cupsFreeDests(count, dests);
+    return names;
+  }
+
+  static int RowOf(PrinterLauncher& launcher, const std::string& queue) {
+    const auto& names = launcher.PrinterNames();
+    auto it = std::find(names.begin(), names.end(), queue);
+    return it == names.end() ? -1 : static_cast<int>(it - names.begin());
+  }
+
+  RecordingWaits waits_;
+  ScriptedPrompter prompter_;
+};
+
+TEST_F(ChooserTest, ListsExactlyTheSupportedQueuesInCupsOrder) {
+  PrinterLauncher launcher(prompter_);
+  std::vector<std::string> expected = ListedInCupsOrder();
+  ASSERT_EQ(expected.size(), kListed.size()) << "the sandbox lacks some of its queues";
+  EXPECT_EQ(launcher.PrinterNames(), expected);
+  for (const auto& name : launcher.PrinterNames()) EXPECT_EQ(kNotListed.count(name), 0u) << name;
+
+  QTableWidget* table = launcher.ui().nsTableView;
+  ASSERT_EQ(table->rowCount(), static_cast<int>(expected.size()));
+  EXPECT_EQ(launcher.numberOfRowsInTableView(), static_cast<int>(expected.size()));
+  for (int row = 0; row < table->rowCount(); ++row) {
+    auto* item = launcher.findChild<QLabel*>(QStringLiteral("rowItem%1").arg(row));
+    auto* name = launcher.findChild<QLabel*>(QStringLiteral("rowName%1").arg(row));
+    ASSERT_TRUE(item && name);
+    EXPECT_EQ(item->text(), QStringLiteral("Item %1").arg(row));
+    EXPECT_EQ(name->text().toStdString(), expected[static_cast<size_t>(row)]);
+  }
+  EXPECT_NE(launcher.findChild<QHeaderView*>("TableViewHeader"), nullptr);
+
+  launcher.OnClickRefreshBtn();
+  EXPECT_EQ(launcher.PrinterNames(), expected);
+  EXPECT_EQ(table->rowCount(), static_cast<int>(expected.size()));
+}
+
+TEST_F(ChooserTest, SelectIsDisabledUntilARowIsChosen) {
+  PrinterLauncher launcher(prompter_);
+  EXPECT_FALSE(launcher.ui().selectbtn->isEnabled());
+  launcher.OnClickSelectBtn();  // nothing chosen: nothing happens
+  EXPECT_EQ(launcher.getPrinterName(), "");
+  EXPECT_EQ(launcher.getcloseLauncher(), -1);
+
+  launcher.ui().nsTableView->selectRow(RowOf(launcher, "VKTS31Socket"));
+  EXPECT_TRUE(launcher.ui().selectbtn->isEnabled());
+  launcher.ui().selectbtn->click();
+  EXPECT_EQ(launcher.getPrinterName(), "VKTS31Socket");
+  EXPECT_EQ(launcher.result(), QDialog::Accepted);
+  EXPECT_TRUE(prompter_.prompts.empty());
+}
+
+TEST_F(ChooserTest, AQueuePrintingNowGetsTheBusyAlertAndTheChooserStaysOpen) {
+  test_jobs::BackendGate gate("Card");
+  std::string pdf = test_jobs::WriteFile("chooser-busy.pdf", test_jobs::CardPdf("chooser-busy"));
+  int job = test_jobs::Submit("Card", pdf);
+  ASSERT_GT(job, 0);
+  ASSERT_TRUE(test_jobs::WaitForJobState("Card", job, IPP_JSTATE_PROCESSING));
+
+  PrinterLauncher launcher(prompter_);
+  launcher.setResult(-1);
+  launcher.ui().nsTableView->selectRow(RowOf(launcher, "Card"));
+  launcher.OnClickSelectBtn();
+  ASSERT_EQ(prompter_.prompts.size(), 1u);
+  EXPECT_EQ(prompter_.prompts[0].header, "Card");
+  EXPECT_EQ(prompter_.prompts[0].message, "The selcted printer is busy at the moment.");
+  EXPECT_EQ(prompter_.prompts[0].buttons, (std::vector<std::string>{"OK"}));
+  EXPECT_EQ(launcher.result(), -1);  // the modal run goes on
+  EXPECT_EQ(launcher.getcloseLauncher(), -1);
+
+  // Another queue can still be chosen.
+  launcher.ui().nsTableView->selectRow(RowOf(launcher, "VKTS1Socket"));
+  launcher.OnClickSelectBtn();
+  EXPECT_EQ(prompter_.prompts.size(), 1u);
+  EXPECT_EQ(launcher.getPrinterName(), "VKTS1Socket");
+
+  gate.Open();
+  test_jobs::WaitForJobState("Card", job, IPP_JSTATE_COMPLETED);
+}
+
+// Answers the chooser once its modal run has started.
+void WhenChooserRuns(std::function<void(PrinterLauncher&)> act) {
+  QTimer::singleShot(0, [act] {
+    auto* launcher = qobject_cast<PrinterLauncher*>(QApplication::activeModalWidget());
+    ASSERT_NE(launcher, nullptr) << "the chooser is not running modally";
+    act(*launcher);
+  });
+}
+
+TEST_F(ChooserTest, CancelQuitsWithoutASession) {
+  AppDelegate::Seams seams;
+  seams.redirectLog = false;
+  int sessions = 0, quits = 0;
+  seams.makeSession = [&sessions](const std::string& queue) {
+    ++sessions;
+    return std::make_unique<DeviceCommunication>(queue);
+  };
+  seams.quit = [&quits] { ++quits; };
+  QTemporaryDir documents;
+  seams.documentsFolder = documents.path().toStdString();
+  AppDelegate app(prompter_, std::move(seams));
+  WhenChooserRuns([](PrinterLauncher& launcher) { launcher.ui().cancelbtn->click(); });
+  EXPECT_EQ(app.applicationDidFinishLaunching(), AppDelegate::StartupResult::kQuit);
+  EXPECT_EQ(sessions, 0);
+  EXPECT_EQ(quits, 1);
+  EXPECT_EQ(app.objDev(), nullptr);
+  EXPECT_FALSE(app.window()->isVisible());
+  EXPECT_TRUE(prompter_.prompts.empty());
+}
+
+TEST_F(ChooserTest, AChosenQueueStartsTheMainWindowOnIt) {
+  AppDelegate::Seams seams;
+  seams.redirectLog = false;
+  seams.quit = [] {};
+  QTemporaryDir documents;
+  seams.documentsFolder = documents.path().toStdString();
+  AppDelegate app(prompter_, std::move(seams));
+  WhenChooserRuns([](PrinterLauncher& launcher) {
+    launcher.ui().nsTableView->selectRow(RowOf(launcher, "VKTS31Socket"));
+    launcher.ui().selectbtn->click();
+  });
+  ASSERT_EQ(app.applicationDidFinishLaunching(), AppDelegate::StartupResult::kReady);
+  EXPECT_EQ(app.printerName, "VKTS31Socket");
+  EXPECT_EQ(app.window()->windowTitle(), "VKTS31Socket Printer Properties");
+  EXPECT_EQ(app.ui().modelname->text(), "Orvex VKT Series 31");
+  EXPECT_EQ(app.PPDFileName, vkt_sandbox::Base() + "/ppd/VKTS31Socket.ppd");
+  ASSERT_NE(app.objPPDHelper(), nullptr);
+  EXPECT_EQ(app.objPPDHelper()->PrinterModel, "VKTS31");
+  EXPECT_TRUE(prompter_.prompts.empty());
+}
+
+}  // namespace

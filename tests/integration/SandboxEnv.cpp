@@ -1,0 +1,114 @@
+// Finds the running sandbox, copies its exports into the environment and
+// checks that its scheduler is alive.
+#include "SandboxEnv.h"
+
+#include <cups/cups.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+namespace vkt_sandbox {
+namespace {
+
+struct State {
+  std::string base;
+  std::map<std::string, std::string> vars;
+  std::string error;  // empty when loaded
+};
+
+std::string ReadFirstLine(const std::filesystem::path& path) {
+  std::ifstream in(path);
+  std::string line;
+  std::getline(in, line);
+  while (!line.empty() && (line.back() == '\n' || line.back() == '\r' || line.back() == ' ')) line.pop_back();
+  return line;
+}
+
+std::string FindBase() {
+  if (const char* env = std::getenv("VKT_SANDBOX"); env && *env) return env;
+  std::error_code ec;
+  for (auto dir = std::filesystem::current_path(ec); !ec && !dir.empty(); dir = dir.parent_path()) {
+    const auto pointer = dir / "vkt-sandbox-base";
+    std::error_code missing;  // a missing file is reported here; it is no reason to stop walking up
+    if (std::filesystem::is_regular_file(pointer, missing)) return ReadFirstLine(pointer);
+    if (dir == dir.parent_path()) break;
+  }
+  return "/tmp/vkt-sb-" + std::to_string(getuid());
+}
+
+// A process counts as running when /proc has it and it is not a zombie.
+bool ProcessAlive(const std::string& pidText) {
+  if (pidText.empty()) return false;
+  std::ifstream stat("/proc/" + pidText + "/stat");
+  std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+  const auto close = text.rfind(") ");
+  return close != std::string::npos && close + 2 < text.size() && text[close + 2] != 'Z';
+}
+
+// Lines of the form: export NAME=VALUE or export NAME="VALUE".
+std::map<std::string, std::string> ParseEnvFile(std::istream& in) {
+  std::map<std::string, std::string> vars;
+  std::string line;
+  while (std::getline(in, line)) {
+    const std::string prefix = "export ";
+    if (line.compare(0, prefix.size(), prefix) != 0) continue;
+    const auto eq = line.find('=', prefix.size());
+    if (eq == std::string::npos) continue;
+    std::string value = line.substr(eq + 1);
+    if (value.size() >= 2 && value.front() == '"' && value.back() == '"') value = value.substr(1, value.size() - 2);
+    vars[line.substr(prefix.size(), eq - prefix.size())] = value;
+  }
+  return vars;
+}
+
+State Load() {
+  State state;
+  state.base = FindBase();
+  const std::string hint = " Start it with: scripts/sandbox start --base " + state.base +
+                           " (ctest starts it through the fixture \"sandbox\").";
+  std::ifstream env(state.base + "/env");
+  if (!env) {
+    state.error = "The sandbox is not running: " + state.base + "/env is missing." + hint;
+    return state;
+  }
+  state.vars = ParseEnvFile(env);
+  if (!ProcessAlive(ReadFirstLine(state.base + "/pids/cupsd.pid"))) {
+    state.error = "The sandbox's cupsd in " + state.base + " is not running." + hint;
+    return state;
+  }
+  for (const auto& [name, value] : state.vars) setenv(name.c_str(), value.c_str(), 1);
+  // Client tools and libcups must not fall back to a default queue of the host.
+  unsetenv("PRINTER");
+  unsetenv("LPDEST");
+  cupsSetServer(nullptr);  // forget a server name read before the environment changed
+  return state;
+}
+
+const State& Loaded() {
+  static const State state = Load();
+  return state;
+}
+
+}  // namespace
+
+::testing::AssertionResult Require() {
+  const State& state = Loaded();
+  if (!state.error.empty()) return ::testing::AssertionFailure() << state.error;
+  return ::testing::AssertionSuccess();
+}
+
+std::string Base() { return Loaded().base; }
+
+std::string Var(const std::string& name) {
+  const auto& vars = Loaded().vars;
+  const auto it = vars.find(name);
+  return it == vars.end() ? std::string() : it->second;
+}
+
+std::string FixtureDir() { return VKT_PPD_FIXTURE_DIR; }
+
+}  // namespace vkt_sandbox

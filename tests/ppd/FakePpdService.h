@@ -1,0 +1,48 @@
+// A stand-in for the privileged PPD service, in the test process: listens on
+// 127.0.0.1 (a port of its own), records the bytes of each request, can copy
+// the named source over the destination, and answers.
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+class FakePpdService {
+ public:
+  struct Options {
+    bool copySourceOverDestination = true;  // what the real service does
+    bool answer = true;                     // false: close without a reply
+    std::string reply = "OK";
+  };
+
+  explicit FakePpdService(Options options);
+  FakePpdService() : FakePpdService(Options{}) {}
+  ~FakePpdService();
+  FakePpdService(const FakePpdService&) = delete;
+  FakePpdService& operator=(const FakePpdService&) = delete;
+
+  int port() const { return port_; }
+  // The bytes of each request's first read, in order.
+  std::vector<std::string> Requests();
+  // For each served connection: the client closed it after the reply. Waits
+  // until `connections` connections are finished.
+  std::vector<bool> ClientClosed(size_t connections);
+
+  // A port on 127.0.0.1 with nobody listening (bound, then released).
+  static int UnusedPort();
+
+ private:
+  void Serve();
+
+  Options options_;
+  int listener_ = -1;
+  int port_ = 0;
+  int stopPipe_[2] = {-1, -1};
+  std::mutex mutex_;
+  std::condition_variable done_;
+  std::vector<std::string> requests_;
+  std::vector<bool> clientClosed_;
+  std::thread thread_;
+};

@@ -1,0 +1,148 @@
+// Finding the user behind a loopback connection.
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <grp.h>
+#include <pwd.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "PeerUid.h"
+#include "RequesterPolicy.h"
+#include "ServiceTestSupport.h"
+
+namespace {
+
+sockaddr_in Loopback(uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(port);
+  return address;
+}
+
+// Two lines as the kernel writes them: the client's socket 127.0.0.1:40000
+// -> 127.0.0.1:24671 and the server's accepted end of the same connection.
+const char kTable[] =
+    "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout inode\n"
+    "   0: 0100007F:605F 00000000:0000 0A 00000000:00000000 00:00000000 00000000     0        0 1 1 0 100 0 0 10 0\n"
+    "   1: 0100007F:605F 0100007F:9C40 01 00000000:00000000 00:00000000 00000000     0        0 2 1 0 20 4 30 10 -1\n"
+    "   2: 0100007F:9C40 0100007F:605F 01 00000000:00000000 00:00000000 00000000  1000        0 3 1 0 20 4 30 10 -1\n";
+
+TEST(PeerUid, ProcNetTcpGivesTheOwnerOfTheClientsSocket) {
+  EXPECT_EQ(PeerUid::FromProcNetTcp(kTable, Loopback(40000), Loopback(24671)), 1000u);
+  // The server's own end (uid 0) is not the client.
+  EXPECT_EQ(PeerUid::FromProcNetTcp(kTable, Loopback(24671), Loopback(40000)), 0u);
+  EXPECT_EQ(PeerUid::FromProcNetTcp(kTable, Loopback(40001), Loopback(24671)), std::nullopt);
+  EXPECT_EQ(PeerUid::FromProcNetTcp("", Loopback(40000), Loopback(24671)), std::nullopt);
+}
+
+TEST(PeerUid, ASocketThatIsNoLongerEstablishedNeverPassesForRoot) {
+  // A client that closed at once leaves a TIME_WAIT entry (06) that reports uid 0.
+  std::string table = kTable;
+  table.replace(table.find("  1000  "), 8, "     0  ");
+  ASSERT_EQ(PeerUid::FromProcNetTcp(table, Loopback(40000), Loopback(24671)), 0u);
+  table.replace(table.find("0100007F:9C40 0100007F:605F 01") + 28, 2, "06");
+  EXPECT_EQ(PeerUid::FromProcNetTcp(table, Loopback(40000), Loopback(24671)), std::nullopt);
+  table.replace(table.find("0100007F:9C40 0100007F:605F 06") + 28, 2, "08");  // CLOSE_WAIT
+  EXPECT_EQ(PeerUid::FromProcNetTcp(table, Loopback(40000), Loopback(24671)), std::nullopt);
+}
+
+// A listener and a connection made by a child of uid 65534; returns the uid
+// found by lookup for the accepted connection.
+template <typename Lookup>
+std::optional<uid_t> UidOfNobodyConnection(Lookup lookup) {
+  int listener = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address = Loopback(0);
+  socklen_t length = sizeof address;
+  EXPECT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(::listen(listener, 4), 0);
+  ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
+  int done[2];
+  EXPECT_EQ(::pipe(done), 0);
+  pid_t child = ::fork();
+  if (child == 0) {
+    ::close(done[1]);
+    if (::setgroups(0, nullptr) != 0 || ::setgid(service_test::kNobody) != 0 || ::setuid(service_test::kNobody) != 0)
+      ::_exit(3);
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) ::_exit(4);
+    char byte;
+    [[maybe_unused]] ssize_t ignored = ::read(done[0], &byte, 1);  // stay connected until asked
+    ::_exit(0);
+  }
+  ::close(done[0]);
+  int connection = ::accept(listener, nullptr, nullptr);
+  std::optional<uid_t> uid = lookup(connection);
+  ::close(done[1]);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  ::close(connection);
+  ::close(listener);
+  return uid;
+}
+
+std::pair<sockaddr_in, sockaddr_in> Ends(int connection) {
+  sockaddr_in server{}, client{};
+  socklen_t a = sizeof server, b = sizeof client;
+  ::getsockname(connection, reinterpret_cast<sockaddr*>(&server), &a);
+  ::getpeername(connection, reinterpret_cast<sockaddr*>(&client), &b);
+  return {client, server};
+}
+
+TEST(PeerUid, BothLookupsFindTheUserOfARealConnection) {
+  if (!service_test::RunningAsRoot()) GTEST_SKIP() << "needs root to connect as uid 65534";
+  EXPECT_EQ(UidOfNobodyConnection([](int fd) { return PeerUid::OfConnection(fd); }), service_test::kNobody);
+  EXPECT_EQ(UidOfNobodyConnection([](int fd) {
+              auto [client, server] = Ends(fd);
+              std::ifstream file("/proc/net/tcp");
+              std::stringstream table;
+              table << file.rdbuf();
+              return PeerUid::FromProcNetTcp(table.str(), client, server);
+            }),
+            service_test::kNobody);
+  EXPECT_EQ(UidOfNobodyConnection([](int fd) {
+              auto [client, server] = Ends(fd);
+              return PeerUid::FromSockDiag(client, server);
+            }),
+            service_test::kNobody);
+}
+
+TEST(RequesterPolicy, RootAlwaysOthersOnlyThroughTheGroup) {
+  EXPECT_TRUE(RequesterPolicy("lpadmin").Allows(0));
+  EXPECT_TRUE(RequesterPolicy("vkt-no-such-group").Allows(0));
+  EXPECT_FALSE(RequesterPolicy("vkt-no-such-group").Allows(service_test::kNobody));
+  EXPECT_FALSE(RequesterPolicy("").Allows(service_test::kNobody));
+  // nobody's primary group is nogroup; it is in no other group.
+  EXPECT_TRUE(RequesterPolicy("nogroup").Allows(service_test::kNobody));
+  EXPECT_FALSE(RequesterPolicy("root").Allows(service_test::kNobody));
+  // A uid without an account.
+  EXPECT_FALSE(RequesterPolicy("nogroup").Allows(4000000));
+}
+
+TEST(RequesterPolicy, SupplementaryGroupsCount) {
+  // The first account listed as a supplementary member of a group that is
+  // not its primary group.
+  std::ifstream groups("/etc/group");
+  std::string line;
+  while (std::getline(groups, line)) {
+    std::vector<std::string> f;
+    std::stringstream fields(line);
+    for (std::string part; std::getline(fields, part, ':');) f.push_back(part);
+    if (f.size() < 4 || f[3].empty()) continue;
+    std::string member = f[3].substr(0, f[3].find(','));
+    passwd* user = ::getpwnam(member.c_str());
+    if (!user || user->pw_uid == 0 || user->pw_gid == static_cast<gid_t>(std::stoul(f[2]))) continue;
+    EXPECT_TRUE(RequesterPolicy(f[0]).Allows(user->pw_uid)) << member << " in " << f[0];
+    return;
+  }
+  GTEST_SKIP() << "no account with a supplementary group in /etc/group";
+}
+
+}  // namespace

@@ -1,0 +1,44 @@
+// The sandbox's usb queue end to end: the session asks the private cupsd for
+// the queue's device URI, takes the serial number from it and finds the
+// emulated USB printer carrying that serial number.
+#include <gtest/gtest.h>
+
+#include "DeviceCommunication.h"
+#include "PrinterProfile.h"
+#include "SandboxEnv.h"
+#include "USBCommunication.h"
+#include "UsbPrinterTestbed.h"
+
+namespace {
+
+const std::string kQueue = "VKTS32Usb";
+
+TEST(UsbQueueTest, UsbQueueSessionAnswersThroughTheEmulatedDevice) {
+  ASSERT_TRUE(UsbPrinterTestbed::PreloadActive()) << "run this test under umockdev-wrapper";
+  ASSERT_TRUE(vkt_sandbox::Require());
+  const std::string serial = vkt_sandbox::Var("VKT_USB_SERIAL");
+  ASSERT_FALSE(serial.empty()) << "the sandbox exports no VKT_USB_SERIAL";
+
+  PrinterProfile profile;
+  profile.serial = serial;
+  profile.firmware = "VKT32-M V2.00.01.004";
+  profile.firmwareTerminator = "\r";
+  profile.replyTerminator = "\r";
+  profile.ribbonCode = 47;
+  UsbPrinterTestbed testbed;
+  // A printer of another vendor with the same serial number must not answer.
+  int foreign = testbed.AddPrinter(USBCommunication::VendorId() ^ 0x00FF, serial, profile);
+  int printer = testbed.AddPrinter(USBCommunication::VendorId(), serial, profile);
+
+  DeviceCommunication session(kQueue);
+  ASSERT_EQ(session.TransportKind(), 1u);
+  EXPECT_EQ(session.GetDeviceStatusInfo(), 1u);
+  EXPECT_EQ(session.GetFirmwareVersion(), "VKT32-M V2.00.01.004\r");
+  EXPECT_EQ(session.GetSerialNumber(), serial + "\r");
+  EXPECT_EQ(session.GetRibbonType(), "KRO");
+  EXPECT_EQ(testbed.Transcript(printer),
+            "\x1bV\r\x1b" "E 2\r\x1b%SERIE\r\x1b" "E 2\r\x1b!RIBBON\r\x1b" "E 2\r");
+  EXPECT_TRUE(testbed.Printer(foreign).Events().empty());
+}
+
+}  // namespace

@@ -133,7 +133,8 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
   }
 
   // 11: the logo of the About tab.
-  ui_->orveximage->setPixmap(QPixmap(kLogoResource));
+  ui_->orveximage->setPixmap(
+      QPixmap(kLogoResource).scaled(QSize(340, 120), Qt::KeepAspectRatio, Qt::SmoothTransformation));
 
   // 12-13.
   window_->setWindowTitle(Q(printerName + " Printer Properties"));

@@ -52,6 +52,9 @@ int main(int argc, char** argv) {
 
   int status = 0;
   bool started = false;
+  // The chooser and the start-up notices close before the main window shows:
+  // their closing must not count as the last window going away.
+  QApplication::setQuitOnLastWindowClosed(false);
   // Start-up runs once the loop has started, as the platform's launch notice would.
   QTimer::singleShot(0, &app, [&] {
     AppDelegate::StartupResult result = delegate.applicationDidFinishLaunching();
@@ -61,6 +64,7 @@ int main(int argc, char** argv) {
       QCoreApplication::exit(result == AppDelegate::StartupResult::kStopped ? 1 : 0);
       return;
     }
+    QApplication::setQuitOnLastWindowClosed(true);
     if (parser.isSet(screenshot)) {
       QString path = parser.value(screenshot);
       bool saved = SaveScreenshot(delegate.window(), path);

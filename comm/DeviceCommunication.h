@@ -26,7 +26,8 @@ class DeviceCommunication {
   // --- session primitives -------------------------------------------------
   std::optional<std::string> GetURIFromPrinterName(const std::string& printerName);
   std::string GetSerialNumberFromURI(const std::string& uri);             // throws std::out_of_range without "="
-  std::optional<std::string> GetIPAddressFromURI(const std::string& uri);  // throws std::out_of_range without "/"
+  // Throws std::out_of_range without "/" or when the host part is shorter than the cut point.
+  std::optional<std::string> GetIPAddressFromURI(const std::string& uri);
   bool IsNetworkPrinter() const;
   uint32_t GetDeviceStatusInfo() const;
   std::optional<std::string> GetPrinterIPAddress();

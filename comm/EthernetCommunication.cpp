@@ -69,6 +69,8 @@ EthernetCommunication::EthernetCommunication(const std::string& deviceUri, std::
 EthernetCommunication::~EthernetCommunication() { ClosePrinterHandle(); }
 
 int EthernetCommunication::GetPrinterHandle() {
+  // A second connect on an open transport would otherwise leak the socket.
+  ClosePrinterHandle();
   char scheme[255] = {};
   char user[255] = {};
   char host[1024] = {};

@@ -142,23 +142,25 @@ void USBCommunication::OpenDevice(libusb_device* device) {
   deviceStatus_ = -1;
 
   libusb_device_handle* rawHandle = nullptr;
-  lastResult_ = libusb_open(device, &rawHandle);
+  int openResult = libusb_open(device, &rawHandle);
+  lastResult_ = openResult;
   HandlePtr handle(rawHandle);
   // Busy or access errors mean another client holds the device: go on
   // without touching its configuration and let the interface decide.
-  bool heldElsewhere = lastResult_ == LIBUSB_ERROR_BUSY || lastResult_ == LIBUSB_ERROR_ACCESS;
-  if (lastResult_ != LIBUSB_SUCCESS && !heldElsewhere) {
-    std::printf("Could not open device (error: %x)\n", ErrorCode(lastResult_));
+  bool heldElsewhere = openResult == LIBUSB_ERROR_BUSY || openResult == LIBUSB_ERROR_ACCESS;
+  if (openResult != LIBUSB_SUCCESS && !heldElsewhere) {
+    std::printf("Could not open device (error: %x)\n", ErrorCode(openResult));
     std::fflush(stdout);
     return;
   }
 
   libusb_config_descriptor* rawConfig = nullptr;
-  lastResult_ = libusb_get_config_descriptor(device, 0, &rawConfig);
+  int configResult = libusb_get_config_descriptor(device, 0, &rawConfig);
   ConfigPtr config(rawConfig);
   if (handle && !heldElsewhere) {
-    if (lastResult_ != LIBUSB_SUCCESS) {
-      std::printf("Could not set active configuration (error: %x)\n", ErrorCode(lastResult_));
+    lastResult_ = configResult;
+    if (configResult != LIBUSB_SUCCESS) {
+      std::printf("Could not set active configuration (error: %x)\n", ErrorCode(configResult));
       std::fflush(stdout);
       return;
     }
@@ -171,8 +173,10 @@ void USBCommunication::OpenDevice(libusb_device* device) {
     }
   }
 
+  // Without a handle (held elsewhere) or without an interface there is
+  // nothing to open; report the error that stopped it.
   if (!handle || !config || config->bNumInterfaces == 0 || config->interface[0].num_altsetting == 0) {
-    int error = lastResult_ != LIBUSB_SUCCESS ? lastResult_ : LIBUSB_ERROR_NOT_FOUND;
+    int error = !handle ? openResult : (configResult != LIBUSB_SUCCESS ? configResult : LIBUSB_ERROR_NOT_FOUND);
     std::printf("Could not open interface (error: %x)\n", ErrorCode(error));
     std::fflush(stdout);
     return;

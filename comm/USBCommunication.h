@@ -57,13 +57,13 @@ class USBCommunication : public VKTS3Communication {
 
   std::string serialNumber_;
   std::chrono::milliseconds readTimeout_;
-  int32_t deviceStatus_ = -1;
-  int lastResult_ = 0;
-  ContextPtr context_;
-  HandlePtr device_;          // the opened device
+  int32_t deviceStatus_ = -1;  // -1 until an interface opens, 1 after, -1 after a failed open
+  int lastResult_ = 0;         // result of the last libusb call
+  ContextPtr context_;         // this transport's own libusb session
+  HandlePtr device_;           // the opened device (declared after the context: closed first)
   int interfaceNumber_ = -1;  // claimed interface, -1 when none is open
   bool kernelDriverDetached_ = false;
   unsigned char pipeIn_ = 0;   // pipe 1: bulk IN endpoint address
   unsigned char pipeOut_ = 0;  // pipe 2: bulk OUT endpoint address
-  uint32_t readSize_ = 0;
+  uint32_t readSize_ = 0;      // bytes of the last read
 };

@@ -246,8 +246,6 @@ void EmulatorServer::Run() {
           Drop(peer.get());
         }
       }
-      if (!peer->dead && now - peer->lastReceive >= rawIdle && engine_.InRawData(peer->id))
-        engine_.EndRawData(peer->id);
     }
     if (resetMs >= 0) Reset(&peers, resetMs);
     for (auto& peer : peers)
@@ -283,9 +281,15 @@ void EmulatorServer::Run() {
       }
     }
     if (listenFd_ >= 0 && firstPeer == 2 && (fds[1].revents & POLLIN)) AcceptAll(&peers);
+    Clock::time_point after = Clock::now();
     for (size_t i = firstPeer; i < fds.size(); ++i) {
       Peer* peer = peers[i - firstPeer].get();
-      if (fds[i].revents & (POLLIN | POLLHUP | POLLERR)) ReadFrom(peer);
+      if (fds[i].revents & (POLLIN | POLLHUP | POLLERR)) {
+        ReadFrom(peer);
+      } else if (after - peer->lastReceive >= rawIdle && engine_.InRawData(peer->id)) {
+        // Quiet only when poll found nothing to read: a slow loop never cuts data in two.
+        engine_.EndRawData(peer->id);
+      }
       if (!peer->dead && (fds[i].revents & POLLOUT)) FlushOutput(peer);
     }
   }

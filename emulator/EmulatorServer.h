@@ -52,7 +52,7 @@ class EmulatorServer {
   void WriteTranscript(int connection, const char* direction, const std::string& bytes);
 
   PrinterEngine engine_;
-  int port_ = 0;
+  std::atomic<int> port_{0};  // rewritten by the server thread when it reopens the port after a reset
   int listenFd_ = -1;
   int wakeFd_[2] = {-1, -1};
   std::thread thread_;

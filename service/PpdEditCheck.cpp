@@ -14,14 +14,14 @@ namespace {
 // unknown model, whose keywords are the bare option names.
 constexpr std::array<std::string_view, 5> kModelPrefixes = {"VKTS32", "VKTS31", "VKTS1", "VKTS3C", ""};
 
-constexpr std::array<std::string_view, 8> kModelOptions = {"DualSidePrinting", "Orientation",     "MonoConversion",
-                                                           "PrintingMode",     "RibbonName",      "RibbonCombination",
+constexpr std::array<std::string_view, 8> kModelOptions = {"DualSidePrinting", "Orientation", "MonoConversion",
+                                                           "PrintingMode",     "RibbonName",  "RibbonCombination",
                                                            "AutoHalfPanel",    "Rotation"};
 
 // Attributes whose value the tool writes with "%d".
 constexpr std::array<std::string_view, 15> kNumberAttributes = {
-    "FrontX",   "BackX",     "FrontY", "BackY", "EnableLog", "EachDayLogFile", "Time",   "Date",
-    "SerialNumber", "IPAddress", "UserName", "JobID", "MTrack1", "MTrack2", "MTrack3"};
+    "FrontX",       "BackX",     "FrontY",   "BackY", "EnableLog", "EachDayLogFile", "Time",   "Date",
+    "SerialNumber", "IPAddress", "UserName", "JobID", "MTrack1",   "MTrack2",        "MTrack3"};
 
 // Attributes whose value is free text.
 constexpr std::array<std::string_view, 5> kTextAttributes = {"PrinterIPAddress", "PrinterSerialNo", "Separator",
@@ -114,14 +114,14 @@ class LineJudge {
       proposed.remove_suffix(1);
     }
     size_t colon = installed.find(':');
-    if (installed.empty() || installed[0] != '*' || colon == std::string_view::npos)
-      return "this line may not change";
+    if (installed.empty() || installed[0] != '*' || colon == std::string_view::npos) return "this line may not change";
     std::string_view keyword = installed.substr(1, colon - 1);
     std::string_view head = installed.substr(0, colon + 1);  // "*Keyword:"
     if (proposed.substr(0, head.size()) != head) return "the keyword of this line may not change";
     std::string_view value = proposed.substr(head.size());
 
-    if (keyword.substr(0, 7) == "Default" && IsModelOption(keyword.substr(7))) return JudgeDefault(installed, keyword.substr(7), head, value);
+    if (keyword.substr(0, 7) == "Default" && IsModelOption(keyword.substr(7)))
+      return JudgeDefault(installed, keyword.substr(7), head, value);
     if (OneOf(keyword, kNumberAttributes)) {
       if (!IsFormattedNumber(value)) return "the value of " + std::string(keyword) + " is not a number";
       return std::nullopt;
@@ -144,10 +144,12 @@ class LineJudge {
     size_t blanks = installedValue.find_first_not_of(" \t");
     if (blanks == std::string_view::npos) blanks = installedValue.size();
     std::string_view separator = installedValue.substr(0, blanks);
-    if (value.substr(0, separator.size()) != separator) return "the default line of " + std::string(option) + " is malformed";
+    if (value.substr(0, separator.size()) != separator)
+      return "the default line of " + std::string(option) + " is malformed";
     std::string_view choice = value.substr(separator.size());
     auto known = choices_.find(option);
-    if (known == choices_.end()) known = choices_.emplace(std::string(option), ChoicesOf(installedLines_, option)).first;
+    if (known == choices_.end())
+      known = choices_.emplace(std::string(option), ChoicesOf(installedLines_, option)).first;
     if (!known->second.contains(choice)) return std::string(option) + " has no choice \"" + SafeText(choice) + "\"";
     return std::nullopt;
   }

@@ -98,8 +98,10 @@ class TemporaryFile {
       std::string name = RandomTemporaryName();
       if (name.empty()) return "no random name for the temporary file";
       fd_.Reset(::openat(folder_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-      if (fd_.Valid()) name_ = std::move(name);
-      else if (errno != EEXIST) return Failure("cannot create a temporary file");
+      if (fd_.Valid())
+        name_ = std::move(name);
+      else if (errno != EEXIST)
+        return Failure("cannot create a temporary file");
     }
     if (!fd_.Valid()) return "cannot create a temporary file";
     if (!WriteAll(fd_.Get(), data)) return Failure("cannot write the temporary file");
@@ -153,9 +155,8 @@ PpdReplacer::Outcome PpdReplacer::Replace(const std::string& source, const std::
   if (!folder.Valid()) return Refuse("cannot open the PPD folder");
 
   UniqueFd installedFd(::openat(folder.Get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  if (!installedFd.Valid())
-    return Refuse(errno == ELOOP ? "the destination is a link" : "cannot open the destination");
-  struct stat installedStat{};
+  if (!installedFd.Valid()) return Refuse(errno == ELOOP ? "the destination is a link" : "cannot open the destination");
+  struct stat installedStat {};
   if (::fstat(installedFd.Get(), &installedStat) != 0) return Refuse("cannot inspect the destination");
   if (!S_ISREG(installedStat.st_mode)) return Refuse("the destination is not a regular file");
   if (installedStat.st_nlink != 1) return Refuse("the destination has more than one link");
@@ -163,7 +164,7 @@ PpdReplacer::Outcome PpdReplacer::Replace(const std::string& source, const std::
 
   // lstat only keeps the service from opening devices; fstat after the
   // O_NOFOLLOW open is what decides.
-  struct stat sourceStat{};
+  struct stat sourceStat {};
   if (::lstat(source.c_str(), &sourceStat) != 0) return Refuse("cannot find the source");
   if (S_ISLNK(sourceStat.st_mode)) return Refuse("the source is a link");
   if (!S_ISREG(sourceStat.st_mode)) return Refuse("the source is not a regular file");
@@ -191,14 +192,15 @@ PpdReplacer::Outcome PpdReplacer::Replace(const std::string& source, const std::
   if (std::optional<std::string> failure = replacement.Write(*edited, installedStat)) return Refuse(*failure);
 
   // Someone else (lpadmin) may have replaced the PPD while it was checked.
-  struct stat current{};
+  struct stat current {};
   if (::fstatat(folder.Get(), name.c_str(), &current, AT_SYMLINK_NOFOLLOW) != 0 ||
       current.st_ino != installedStat.st_ino || current.st_dev != installedStat.st_dev)
     return Refuse("the destination changed while it was being replaced");
 
   if (std::optional<std::string> failure = backup.Commit(name + ".O")) return Refuse(*failure);
   if (std::optional<std::string> failure = replacement.Commit(name)) return Refuse(*failure);
-  if (::fsync(folder.Get()) != 0) return Refuse(std::string("cannot sync the PPD folder (") + std::strerror(errno) + ")");
+  if (::fsync(folder.Get()) != 0)
+    return Refuse(std::string("cannot sync the PPD folder (") + std::strerror(errno) + ")");
   return {true, {}};
 }
 

@@ -26,8 +26,10 @@ using Clock = std::chrono::steady_clock;
 std::string Printable(std::string_view text) {
   std::string out;
   for (unsigned char c : text) {
-    if (c >= 0x20 && c < 0x7F && c != '\\') out += static_cast<char>(c);
-    else out += StringPrintf("\\x%02x", c);
+    if (c >= 0x20 && c < 0x7F && c != '\\')
+      out += static_cast<char>(c);
+    else
+      out += StringPrintf("\\x%02x", c);
   }
   return out;
 }
@@ -102,12 +104,14 @@ void PpdService::Run() {
     now = Clock::now();
     std::vector<Waiting> still;
     for (size_t i = 0; i < waiting.size(); ++i) {
-      if (fds[i + 2].revents) Serve(waiting[i].fd.Get());
+      if (fds[i + 2].revents)
+        Serve(waiting[i].fd.Get());
       else if (now >= waiting[i].deadline)
         VktLog("request from uid %s: nothing received within %lld ms, connection dropped",
                UidText(PeerUid::OfConnection(waiting[i].fd.Get())).c_str(),
                static_cast<long long>(options_.readTimeout.count()));
-      else still.push_back(std::move(waiting[i]));
+      else
+        still.push_back(std::move(waiting[i]));
     }
     waiting = std::move(still);
 
@@ -141,8 +145,7 @@ void PpdService::Serve(int connection) const {
   ::send(connection, answer.data(), answer.size(), MSG_NOSIGNAL);
 }
 
-std::string PpdService::Answer(std::string_view request, size_t requestLength,
-                               std::optional<uid_t> requester) const {
+std::string PpdService::Answer(std::string_view request, size_t requestLength, std::optional<uid_t> requester) const {
   if (requestLength > kMaxRequestBytes) return "ERROR: request longer than 256 bytes";
   if (!requester) return "ERROR: cannot identify the requesting user";
   if (!policy_.Allows(*requester))

@@ -15,11 +15,11 @@
 #include "UniqueFd.h"
 
 struct PpdServiceOptions {
-  int port = 24671;                    // 0: any free port (tests)
-  std::string group = "lpadmin";       // members may ask besides root
-  std::string ppdFolder;               // e.g. /etc/cups/ppd
+  int port = 24671;                             // 0: any free port (tests)
+  std::string group = "lpadmin";                // members may ask besides root
+  std::string ppdFolder;                        // e.g. /etc/cups/ppd
   std::chrono::milliseconds readTimeout{5000};  // a silent client is dropped after this
-  size_t maxConnections = 32;          // waiting connections served at once
+  size_t maxConnections = 32;                   // waiting connections served at once
 };
 
 class PpdService {

@@ -25,8 +25,7 @@ bool RequesterPolicy::Allows(uid_t uid) const {
   std::vector<char> userBuffer(16384);
   passwd userEntry{};
   passwd* foundUser = nullptr;
-  if (::getpwuid_r(uid, &userEntry, userBuffer.data(), userBuffer.size(), &foundUser) != 0 || !foundUser)
-    return false;
+  if (::getpwuid_r(uid, &userEntry, userBuffer.data(), userBuffer.size(), &foundUser) != 0 || !foundUser) return false;
   if (foundUser->pw_gid == allowed) return true;
 
   int count = 64;

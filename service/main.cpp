@@ -52,15 +52,15 @@ int main(int argc, char** argv) {
   if (port < 0) return 1;
 
   gService = &service;
-  struct sigaction action{};
+  struct sigaction action {};
   action.sa_handler = OnTerminate;
   sigemptyset(&action.sa_mask);
   sigaction(SIGTERM, &action, nullptr);
   sigaction(SIGINT, &action, nullptr);
   signal(SIGPIPE, SIG_IGN);
 
-  VktLog("vkts3-ppd-service listening on 127.0.0.1:%d, PPD folder %s, group %s", port,
-         options.ppdFolder.c_str(), options.group.c_str());
+  VktLog("vkts3-ppd-service listening on 127.0.0.1:%d, PPD folder %s, group %s", port, options.ppdFolder.c_str(),
+         options.group.c_str());
   service.Run();
   gService = nullptr;
   VktLog("vkts3-ppd-service stopped");

@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QString>
 #include <numbers>
+#include <utility>
 
 #include "DeviceCommunication.h"
 #include "TestCardText.h"
@@ -20,6 +21,8 @@ constexpr const char* kResourceFolder = ":/testcard/";
 
 TestCardRenderer::TestCardRenderer(DeviceCommunication* device, TestCardFacts facts)
     : device_(device), facts_(std::move(facts)) {}
+
+void TestCardRenderer::SetFacts(TestCardFacts facts) { facts_ = std::move(facts); }
 
 std::string TestCardRenderer::BackgroundName(int kind, int colorFlag) {
   if (colorFlag != 0 && colorFlag != 1) return {};

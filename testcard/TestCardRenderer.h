@@ -25,7 +25,7 @@ class TestCardRenderer {
   TestCardRenderer(DeviceCommunication* device, TestCardFacts facts);
 
   const TestCardFacts& Facts() const { return facts_; }
-  void SetFacts(TestCardFacts facts) { facts_ = std::move(facts); }
+  void SetFacts(TestCardFacts facts);
 
   // The background picture of card kind 0 (standard) or 1, 2 (parameter,
   // encoder) for colour flag 1 (colour) or 0 (monochrome); a null image for

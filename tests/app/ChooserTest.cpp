@@ -5,6 +5,7 @@
 #include <cups/cups.h>
 
 #include <QApplication>
+#include <QDir>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMainWindow>
@@ -74,6 +75,8 @@ TEST_F(ChooserTest, ListsExactlyTheSupportedQueuesInCupsOrder) {
     EXPECT_EQ(name->text().toStdString(), expected[static_cast<size_t>(row)]);
   }
   EXPECT_NE(launcher.findChild<QHeaderView*>("TableViewHeader"), nullptr);
+  QDir().mkpath(VKT_SCREENSHOT_DIR);
+  launcher.grab().save(VKT_SCREENSHOT_DIR "/PrinterLauncher.png");
 
   launcher.OnClickRefreshBtn();
   EXPECT_EQ(launcher.PrinterNames(), expected);

@@ -12,9 +12,9 @@ using testing::internal::GetCapturedStderr;
 
 class CommandSetTest : public EmulatorTest {
  protected:
-  void Open(PrinterProfile profile = PrinterProfile()) {
+  void Open(PrinterProfile profile = PrinterProfile(), std::chrono::milliseconds readWait = kTestReadWait) {
     StartEmulator(std::move(profile));
-    session_ = std::make_unique<DeviceCommunication>("Card", Connect(), 2);
+    session_ = std::make_unique<DeviceCommunication>("Card", Connect(readWait), 2);
     Received(0, kFlushRound.size());
   }
   // What the session sent after the drain on its one connection.
@@ -166,7 +166,7 @@ TEST_F(CommandSetTest, NakRepliesGiveNoneWhereTheQueryTestsForIt) {
 TEST_F(CommandSetTest, SilentPrinterGivesEmptyResults) {
   PrinterProfile profile;
   profile.silentCommands = {"V", "!V", "!NL", "!RIBLEN", "!RIBBON", "%SERIE", "&V", "ATM"};
-  Open(profile);
+  Open(profile, kSilenceReadWait);
   CaptureStderr();
   EXPECT_EQ(session_->GetFirmwareVersion(), "");
   EXPECT_EQ(session_->GetHeadResistance(), "");

@@ -13,8 +13,10 @@
 #include "EmulatorServer.h"
 #include "EthernetCommunication.h"
 
-// Long enough for loopback replies, short enough for silent-printer tests.
-inline constexpr std::chrono::milliseconds kTestReadWait{300};
+// Read waits: generous where a reply is due (a loaded CI machine must not
+// turn a late reply into a failure), short where silence is the point.
+inline constexpr std::chrono::milliseconds kTestReadWait{3000};
+inline constexpr std::chrono::milliseconds kSilenceReadWait{200};
 
 inline const std::string kReplyRequest = "\x1b" "E 2\r";
 inline const std::string kFlushRound = std::string("\x1b.\r") + kReplyRequest;
@@ -28,8 +30,8 @@ class EmulatorTest : public testing::Test {
     ASSERT_GT(server_->Port(), 0);
   }
   std::string Uri() const { return "vkt3socket://127.0.0.1:" + std::to_string(server_->Port()); }
-  std::unique_ptr<EthernetCommunication> Connect() {
-    return std::make_unique<EthernetCommunication>(Uri(), kTestReadWait);
+  std::unique_ptr<EthernetCommunication> Connect(std::chrono::milliseconds readWait = kTestReadWait) {
+    return std::make_unique<EthernetCommunication>(Uri(), readWait);
   }
 
   // Bytes the emulator received on connection `index`, once it has read at

@@ -87,7 +87,7 @@ TEST_F(EthernetTransportTest, DrainStopsWhenThePrinterStaysSilent) {
   profile.silentCommands = {"."};
   StartEmulator(profile);
   CaptureStderr();
-  auto transport = Connect();
+  auto transport = Connect(kSilenceReadWait);
   std::string log = GetCapturedStderr();
   EXPECT_EQ(Received(0, 2 * kFlushRound.size()), kFlushRound + kFlushRound);
   EXPECT_THAT(log, HasSubstr("FD Not Set for Reading  "));
@@ -97,7 +97,7 @@ TEST_F(EthernetTransportTest, SilencePastTheReadWaitFails) {
   PrinterProfile profile;
   profile.silentCommands = {"!V"};
   StartEmulator(profile);
-  auto transport = Connect();
+  auto transport = Connect(kSilenceReadWait);
   transport->SendDataToPrinter("\x1b!V 15\r", 7);
   transport->SendDataToPrinter(kReplyRequest.data(), 5);
   ReplyBuffer reply;

@@ -122,7 +122,7 @@ TEST_F(EmulatorServerTest, CloseAfterBytesDropsTheConnectionAfterItsReplies) {
 
 TEST_F(EmulatorServerTest, ResetDropsEveryConnectionAndRefusesNewOnesForAWhile) {
   PrinterProfile profile;
-  profile.resetRefuseMs = 300;
+  profile.resetRefuseMs = 800;
   Start(profile);
   int port = server_->Port();
   TestClient tool(port);

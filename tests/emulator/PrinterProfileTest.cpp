@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 
+#include "EngineTestSupport.h"
 #include "PrinterProfile.h"
 
 namespace {
@@ -160,6 +161,20 @@ TEST(PrinterProfileTest, ShippedProfilesCoverEveryModelAndBothFirmwareLayouts) {
     // The test cards print the firmware text's first and second words.
     EXPECT_NE(fw.find(' '), std::string::npos);
   }
+}
+
+TEST(PrinterProfileTest, TheFullExampleProfileStatesTheDefaults) {
+  PrinterProfile fromFile;
+  std::string error;
+  ASSERT_TRUE(LoadPrinterProfile(std::string(VKT_EMULATOR_PROFILES) + "/VKTS32.profile", &fromFile, &error)) << error;
+  PrinterEngine file{fromFile};
+  PrinterEngine defaults{PrinterProfile()};
+  for (const char* command : {"V", "%SERIE", "!V 15", "!V 3", "!V 16", "!V 4", "!V 17", "!NL", "!RIBLEN", "!RIBBON",
+                              "&V", "ATM 1 1", "&L1", "&L2", "&L3", "+EC", "+BR", "$V", "+DL", "%HEAD", "+O", "+OY",
+                              "+OB", "+OYB"})
+    EXPECT_EQ(Ask(file, command), Ask(defaults, command)) << command;
+  EXPECT_EQ(fromFile.resetRefuseMs, PrinterProfile().resetRefuseMs);
+  EXPECT_EQ(fromFile.rawIdleMs, PrinterProfile().rawIdleMs);
 }
 
 }  // namespace

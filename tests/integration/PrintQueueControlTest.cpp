@@ -24,6 +24,8 @@ class PrintQueueControlTest : public ::testing::Test {
 TEST_F(PrintQueueControlTest, ProcessingJobMakesItsQueueAndEveryPrefixOfItBusy) {
   const std::string pdf = CardPdf(Tag("busy"));
   const std::string path = WriteFile("busy.pdf", pdf);
+  // A stopped queue would leave the job pending and the wait below unbounded.
+  ASSERT_EQ(PrinterState("Card2"), IPP_PSTATE_IDLE) << "queue Card2 is not idle";
   int job = 0;
   {
     BackendGate gate("Card2");
@@ -70,6 +72,7 @@ TEST_F(PrintQueueControlTest, PendingJobOnAStoppedQueueIsNotBusy) {
 
 TEST_F(PrintQueueControlTest, WaitEndsAfterTheJobPrintedAndThePdfArrivedUnchanged) {
   const std::string pdf = CardPdf(Tag("printed"));
+  ASSERT_EQ(PrinterState("Card"), IPP_PSTATE_IDLE) << "queue Card is not idle";
   const int job = Submit("Card", WriteFile("printed.pdf", pdf));
   ASSERT_GT(job, 0) << cupsLastErrorString();
 

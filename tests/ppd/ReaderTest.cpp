@@ -171,25 +171,6 @@ TEST(Reader, OptionAndAttributeLookups) {
   EXPECT_THAT(log, ::testing::StartsWith("No such a option name found "));
 }
 
-TEST(Reader, InitVariablesResetsTheOptionsButKeepsOffsetsAndJobLog) {
-  PPDHelper helper;
-  helper.InitPPD(DataPath("VKTS32-odd.ppd"));
-  helper.GetPPDJobLogDefaultValues();
-  helper.PPD_nRibbonAlert = 7;
-  helper.InitVariables();
-  EXPECT_EQ(helper.PPD_nRibbonType, 0);
-  EXPECT_EQ(helper.PPD_nRotation, 0);
-  EXPECT_EQ(helper.PPD_nDualSettings, 0);
-  EXPECT_EQ(helper.PPD_nPrinterModel, -1);
-  EXPECT_EQ(helper.PrinterModel, "");
-  EXPECT_EQ(helper.PPDFileName, "");
-  EXPECT_EQ(helper.PPD_nRibbonAlert, 1);
-  EXPECT_EQ(helper.PPD_RIBBON_NAME, "%@RibbonName");
-  EXPECT_EQ(helper.PPD_nBackX, -7);
-  EXPECT_EQ(helper.PPD_strIPAddress, "198.51.100.4");
-  EXPECT_EQ(helper.PPD_JL_nEnable_Log, 1);
-}
-
 TEST(FileHelpers, DeleteFile) {
   ScratchDir dir;
   const auto file = dir.path() / "Card.ppd";

@@ -1,7 +1,6 @@
 // Killed at any moment while it replaces a PPD, the service leaves the old
 // file or the new one, whole, and never a second name on it.
 #include <gtest/gtest.h>
-
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -21,7 +20,7 @@ using namespace service_test;
 namespace {
 
 TEST(CrashSafety, KilledAtRandomMomentsWhileReplacingLeavesOldOrNewWhole) {
-  TemporaryFolder root;
+  TemporaryFolder root(FastFolderBase());
   const std::string folder = root.Path() + "/ppd";
   ASSERT_EQ(::mkdir(folder.c_str(), 0755), 0);
   const std::string card = folder + "/Card.ppd";
@@ -82,7 +81,7 @@ TEST(CrashSafety, KilledAtRandomMomentsWhileReplacingLeavesOldOrNewWhole) {
     const std::string now = ReadFile(card);
     ASSERT_TRUE(now == a || now == b) << "round " << round << ": torn PPD of " << now.size() << " bytes";
     (now == a ? sawA : sawB)++;
-    struct stat info{};
+    struct stat info {};
     ASSERT_EQ(::lstat(card.c_str(), &info), 0);
     ASSERT_TRUE(S_ISREG(info.st_mode));
     ASSERT_EQ(info.st_nlink, 1u) << "round " << round;
@@ -103,8 +102,7 @@ TEST(CrashSafety, KilledAtRandomMomentsWhileReplacingLeavesOldOrNewWhole) {
   // Left-over temporary files are cleared, and the folder serves again.
   PpdReplacer replacer(folder);
   replacer.RemoveStaleTemporaries();
-  for (const std::string& name : FolderEntries(folder))
-    EXPECT_TRUE(name == "Card.ppd" || name == "Card.ppd.O") << name;
+  for (const std::string& name : FolderEntries(folder)) EXPECT_TRUE(name == "Card.ppd" || name == "Card.ppd.O") << name;
   const std::string before = ReadFile(card);
   PpdReplacer::Outcome outcome = replacer.Replace(before == a ? sourceB : sourceA, card, ::getuid());
   EXPECT_TRUE(outcome.done) << outcome.reason;

@@ -1,10 +1,9 @@
 // Finding the user behind a loopback connection.
-#include <gtest/gtest.h>
-
 #include <arpa/inet.h>
 #include <grp.h>
-#include <pwd.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -78,7 +78,8 @@ TEST_F(PpdEditCheckTest, ChoicesOfTheSandboxFixturesOfEveryModelPass) {
 }
 
 TEST_F(PpdEditCheckTest, AddedOrRemovedLinesAreRefused) {
-  auto added = Check(Edit("*FrontX: 0\n", "*FrontX: 0\n*cupsFilter2: \"application/pdf application/vnd.cups-raw 0 /tmp/x\"\n"));
+  auto added =
+      Check(Edit("*FrontX: 0\n", "*FrontX: 0\n*cupsFilter2: \"application/pdf application/vnd.cups-raw 0 /tmp/x\"\n"));
   ASSERT_TRUE(added);
   EXPECT_EQ(*added, "the edited PPD has 146 lines, the installed one 145");
   EXPECT_TRUE(Check(Edit("*FrontX: 0\n", "*FrontX: 0\n*FoomaticRIPCommandLine: \"id\"\n")));

@@ -2,10 +2,11 @@
 // request it refuses leaves the installed PPD byte for byte as it was.
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <regex>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <regex>
 
 #include "ServiceFixture.h"
 
@@ -34,7 +35,7 @@ TEST_F(AcceptedEdits, EachKindOfLineIsReplacedAndTheOldFileKept) {
     AskOk(RequestFor(Source(after), card));
     EXPECT_EQ(Installed(), after) << to;
     EXPECT_EQ(ReadFile(card + ".O"), before) << to;
-    struct stat info{};
+    struct stat info {};
     ASSERT_EQ(::stat(card.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0640u);
     EXPECT_EQ(info.st_nlink, 1u);
@@ -67,7 +68,8 @@ TEST_F(AcceptedEdits, SettingsOfEverySandboxModelFixture) {
     ASSERT_TRUE(std::regex_search(text, match, std::regex("\\*Default(\\w*)RibbonCombination: (\\w+)")));
     const std::string prefix = match[1];
     std::string edited = ReplaceOnce(text, match[0], "*Default" + prefix + "RibbonCombination: 16FrontWr");
-    edited = ReplaceOnce(edited, "*Default" + prefix + "AutoHalfPanel: 0false", "*Default" + prefix + "AutoHalfPanel: 1true");
+    edited = ReplaceOnce(edited, "*Default" + prefix + "AutoHalfPanel: 0false",
+                         "*Default" + prefix + "AutoHalfPanel: 1true");
     edited = ReplaceOnce(edited, "BackX: 0", "BackX: 25");
     edited = ReplaceOnce(edited, "MTrack2: 0", "MTrack2: 1");
     AskOk(RequestFor(Source(edited), destination));
@@ -157,17 +159,18 @@ TEST_F(Refusals, SourceOfAnotherUser) {
 }
 
 TEST_F(Refusals, AddedFilterLines) {
-  ExpectRefused(RequestFor(Source(Edited("*FrontX: 0\n", "*FrontX: 0\n*cupsFilter2: \"application/pdf "
-                                                         "application/vnd.cups-raw 0 /tmp/run-as-root\"\n")),
+  ExpectRefused(RequestFor(Source(Edited("*FrontX: 0\n",
+                                         "*FrontX: 0\n*cupsFilter2: \"application/pdf "
+                                         "application/vnd.cups-raw 0 /tmp/run-as-root\"\n")),
                            card),
                 "the edited PPD has 146 lines, the installed one 145");
-  ExpectRefused(RequestFor(Source(Edited("*FrontX: 0\n", "*FrontX: 0\n*FoomaticRIPCommandLine: \"touch /tmp/x\"\n")),
-                           card),
-                "the edited PPD has 146 lines");
+  ExpectRefused(
+      RequestFor(Source(Edited("*FrontX: 0\n", "*FrontX: 0\n*FoomaticRIPCommandLine: \"touch /tmp/x\"\n")), card),
+      "the edited PPD has 146 lines");
   // The same lines in place of an editable one, keeping the line count.
-  ExpectRefused(RequestFor(Source(Edited("*StaticText:Orvex", "*cupsFilter2: \"application/pdf application/pdf 0 x\"")),
-                           card),
-                "line 143: the keyword of this line may not change");
+  ExpectRefused(
+      RequestFor(Source(Edited("*StaticText:Orvex", "*cupsFilter2: \"application/pdf application/pdf 0 x\"")), card),
+      "line 143: the keyword of this line may not change");
   ExpectRefused(RequestFor(Source(Edited("*StaticText:Orvex", "*FoomaticRIPCommandLine: \"id\"")), card),
                 "line 143: the keyword of this line may not change");
 }

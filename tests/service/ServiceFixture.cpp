@@ -77,7 +77,7 @@ void ServiceFixture::ExpectRefused(const std::string& request, const std::string
 
 void ServiceFixture::ExpectNothingChanged() {
   EXPECT_EQ(ReadFile(card), original);
-  struct stat info{};
+  struct stat info {};
   ASSERT_EQ(::stat(card.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 07777, 0640u);
   for (const std::string& name : FolderEntries(ppdFolder)) {

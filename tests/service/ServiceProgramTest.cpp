@@ -1,8 +1,7 @@
 // The vkts3-ppd-service program: options, the log of every request, a clean
 // stop on SIGTERM, and SIGKILL in the middle of a replacement.
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -109,7 +108,7 @@ class ServiceProgramTest : public ::testing::Test {
     WriteFile(sourceB, b);
   }
 
-  TemporaryFolder root;
+  TemporaryFolder root{FastFolderBase()};
   std::string ppdFolder, card, a, b, sourceA, sourceB;
 };
 
@@ -165,7 +164,7 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   std::mt19937 random(4671);
   std::uniform_int_distribution<int> delayMicroseconds(0, requestMicroseconds * 3 / 2);
   int keptOld = 0, tookNew = 0;
-  for (int round = 0; round < 30; ++round) {
+  for (int round = 0; round < 60; ++round) {
     ServiceProgram program(root.Path(), {"--port", "0"});
     int port = program.WaitForPort();
     ASSERT_GT(port, 0);
@@ -178,7 +177,7 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
     const std::string now = ReadFile(card);
     ASSERT_TRUE(now == before || now == after) << "round " << round << ": torn PPD";
     (now == before ? keptOld : tookNew)++;
-    struct stat info{};
+    struct stat info {};
     ASSERT_EQ(::lstat(card.c_str(), &info), 0);
     ASSERT_EQ(info.st_nlink, 1u);
   }

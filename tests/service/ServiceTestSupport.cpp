@@ -52,9 +52,9 @@ std::string ReplaceOnce(std::string text, const std::string& from, const std::st
   return text.replace(at, from.size(), to);
 }
 
-TemporaryFolder::TemporaryFolder() {
-  char pattern[] = "/tmp/vkt-service-test-XXXXXX";
-  if (!::mkdtemp(pattern)) throw std::runtime_error("mkdtemp failed");
+TemporaryFolder::TemporaryFolder(const std::string& base) {
+  std::string pattern = base + "/vkt-service-test-XXXXXX";
+  if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed in " + base);
   path_ = pattern;
   ::chmod(path_.c_str(), 0755);
 }
@@ -122,5 +122,7 @@ std::vector<std::string> FolderEntries(const std::string& folder) {
 }
 
 bool RunningAsRoot() { return ::geteuid() == 0; }
+
+std::string FastFolderBase() { return ::access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp"; }
 
 }  // namespace service_test

@@ -22,6 +22,8 @@ namespace {
 class GuiApplicationEnvironment : public ::testing::Environment {
  public:
   void SetUp() override {
+    // Run by hand, the binary gets the platform ctest would give it.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     static int argc = 1;
     static char name[] = "testcard_tests";
     static char* argv[] = {name, nullptr};

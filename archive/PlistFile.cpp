@@ -1,0 +1,177 @@
+// Property-list file access for the settings archives.
+#include "PlistFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+namespace plist_file {
+
+namespace {
+
+struct PlistFree {
+  void operator()(plist_t node) const { plist_free(node); }
+};
+using PlistHandle = std::unique_ptr<void, PlistFree>;
+
+int Saturate(long long value) {
+  if (value > INT_MAX) return INT_MAX;
+  if (value < INT_MIN) return INT_MIN;
+  return static_cast<int>(value);
+}
+
+// atoi of a text, without its undefined behaviour on overflow.
+int LeadingNumber(const std::string& text) {
+  errno = 0;
+  long long value = std::strtoll(text.c_str(), nullptr, 10);
+  if (errno == ERANGE) return value < 0 ? INT_MIN : INT_MAX;
+  return Saturate(value);
+}
+
+}  // namespace
+
+std::unique_ptr<PList::Dictionary> ReadDictionary(const std::string& path, std::string& error) {
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  if (!fs::is_regular_file(path, ec)) {
+    error = "The file " + path + " does not exist or is not a regular file.";
+    return nullptr;
+  }
+  std::uintmax_t size = fs::file_size(path, ec);
+  if (ec) {
+    error = "The file " + path + " cannot be read: " + ec.message() + ".";
+    return nullptr;
+  }
+  if (size > kMaxFileSize) {
+    error = "The file " + path + " is larger than 1 MiB and is not a settings file.";
+    return nullptr;
+  }
+  std::ifstream in(path, std::ios::binary);
+  std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (!in.good() && !in.eof()) {
+    error = "The file " + path + " cannot be read.";
+    return nullptr;
+  }
+  // The file may have grown between the size check and the read.
+  if (bytes.size() > kMaxFileSize) {
+    error = "The file " + path + " is larger than 1 MiB and is not a settings file.";
+    return nullptr;
+  }
+  plist_t raw = nullptr;
+  if (!bytes.empty()) plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &raw);
+  PlistHandle root(raw);
+  if (!root) {
+    error = "The file " + path + " is not a property list.";
+    return nullptr;
+  }
+  if (plist_get_node_type(root.get()) != PLIST_DICT) {
+    error = "The file " + path + " does not hold a dictionary of settings.";
+    return nullptr;
+  }
+  // The wrapper owns the tree from here on.
+  return std::make_unique<PList::Dictionary>(root.release());
+}
+
+std::string ToXml(const PList::Dictionary& root) { return root.ToXml(); }
+
+bool WriteAtomically(const std::string& path, const std::string& data, std::string& error) {
+  namespace fs = std::filesystem;
+  fs::path target(path);
+  fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  std::string pattern = (folder / ("." + target.filename().string() + ".XXXXXX")).string();
+  std::vector<char> name(pattern.begin(), pattern.end());
+  name.push_back('\0');
+  int fd = mkstemp(name.data());
+  if (fd < 0) {
+    error = "Cannot create a file in " + folder.string() + ": " + std::strerror(errno);
+    return false;
+  }
+  const std::string temp(name.data());
+  size_t written = 0;
+  while (written < data.size()) {
+    ssize_t n = ::write(fd, data.data() + written, data.size() - written);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      break;
+    }
+    written += static_cast<size_t>(n);
+  }
+  // A settings file is meant to be read by the user, like any document.
+  bool ok = written == data.size() && ::fchmod(fd, 0644) == 0 && ::fsync(fd) == 0;
+  int saved = errno;
+  if (::close(fd) != 0 && ok) {
+    ok = false;
+    saved = errno;
+  }
+  if (ok && std::rename(temp.c_str(), path.c_str()) != 0) {
+    ok = false;
+    saved = errno;
+  }
+  if (!ok) {
+    ::unlink(temp.c_str());
+    error = "Cannot write " + path + ": " + std::strerror(saved);
+  }
+  return ok;
+}
+
+const PList::Node* Find(const PList::Dictionary& dict, const std::string& key) {
+  auto it = dict.Find(key);
+  return it == dict.End() ? nullptr : it->second;
+}
+
+std::optional<int> IntegerValue(const PList::Node* node) {
+  if (!node) return std::nullopt;
+  switch (node->GetType()) {
+    case PLIST_UINT:
+      // libplist hands out the 64 bits unsigned; the files hold signed values.
+      return Saturate(static_cast<long long>(static_cast<const PList::Integer*>(node)->GetValue()));
+    case PLIST_REAL: {
+      double value = static_cast<const PList::Real*>(node)->GetValue();
+      if (!(value == value)) return 0;  // NaN
+      if (value >= static_cast<double>(INT_MAX)) return INT_MAX;
+      if (value <= static_cast<double>(INT_MIN)) return INT_MIN;
+      return static_cast<int>(value);
+    }
+    case PLIST_BOOLEAN:
+      return static_cast<const PList::Boolean*>(node)->GetValue() ? 1 : 0;
+    case PLIST_STRING:
+      return LeadingNumber(static_cast<const PList::String*>(node)->GetValue());
+    default:
+      return std::nullopt;
+  }
+}
+
+std::optional<std::string> TextValue(const PList::Node* node) {
+  if (!node) return std::nullopt;
+  switch (node->GetType()) {
+    case PLIST_STRING:
+      return static_cast<const PList::String*>(node)->GetValue();
+    case PLIST_UINT:
+      return std::to_string(static_cast<long long>(static_cast<const PList::Integer*>(node)->GetValue()));
+    case PLIST_REAL: {
+      char text[64];
+      std::snprintf(text, sizeof text, "%g", static_cast<const PList::Real*>(node)->GetValue());
+      return std::string(text);
+    }
+    case PLIST_BOOLEAN:
+      return static_cast<const PList::Boolean*>(node)->GetValue() ? "1" : "0";
+    default:
+      return std::nullopt;
+  }
+}
+
+const PList::Dictionary* AsDictionary(const PList::Node* node) {
+  if (!node || node->GetType() != PLIST_DICT) return nullptr;
+  return static_cast<const PList::Dictionary*>(node);
+}
+
+}  // namespace plist_file

@@ -1,0 +1,104 @@
+// Writes and reads the printer-settings property list.
+#include "PrinterSettingsArchive.h"
+
+#include <cstdint>
+
+#include "PlistFile.h"
+
+namespace printer_settings {
+
+namespace {
+
+PList::Integer IntegerNode(int value) { return PList::Integer(static_cast<uint64_t>(static_cast<int64_t>(value))); }
+
+OffsetEntry ReadOffset(const PList::Dictionary& offset) {
+  OffsetEntry entry;
+  entry.FrontX = plist_file::TextValue(plist_file::Find(offset, "Front_X_Offset"));
+  entry.FrontY = plist_file::TextValue(plist_file::Find(offset, "Front_Y_Offset"));
+  entry.BackX = plist_file::TextValue(plist_file::Find(offset, "Back_X_Offset"));
+  entry.BackY = plist_file::TextValue(plist_file::Find(offset, "Back_Y_Offset"));
+  return entry;
+}
+
+MagneticEncodingEntry ReadMagneticEncoding(const PList::Dictionary& encoding) {
+  MagneticEncodingEntry entry;
+  for (auto it = encoding.Begin(); it != encoding.End(); ++it) {
+    const std::string& key = it->first;
+    if (key == "Track1" || key == "Track2" || key == "Track3") {
+      const PList::Dictionary* track = plist_file::AsDictionary(it->second);
+      if (!track) continue;
+      TrackEntry item;
+      item.Number = key.back() - '0';
+      item.Mode = plist_file::IntegerValue(plist_file::Find(*track, "Mode"));
+      item.Density = plist_file::IntegerValue(plist_file::Find(*track, "Density"));
+      entry.Items.emplace_back(item);
+    } else if (key == "Coercivity") {
+      std::optional<std::string> text = plist_file::TextValue(it->second);
+      if (text) entry.Items.emplace_back(CoercivityEntry{*text});
+    }
+  }
+  return entry;
+}
+
+}  // namespace
+
+std::string ToXml(const PrinterSettings& settings) {
+  PList::Dictionary offset;
+  offset.Set("Front_X_Offset", PList::String(settings.FrontXOffset));
+  offset.Set("Front_Y_Offset", PList::String(settings.FrontYOffset));
+  offset.Set("Back_X_Offset", PList::String(settings.BackXOffset));
+  offset.Set("Back_Y_Offset", PList::String(settings.BackYOffset));
+
+  PList::Dictionary encoding;
+  encoding.Set("Coercivity", PList::String(settings.Coercivity));
+  for (int i = 0; i < 3; ++i) {
+    PList::Dictionary track;
+    track.Set("Mode", IntegerNode(settings.Tracks[i].Mode));
+    track.Set("Density", IntegerNode(settings.Tracks[i].Density));
+    encoding.Set("Track" + std::to_string(i + 1), track);
+  }
+
+  PList::Dictionary config;
+  config.Set("Offset", offset);
+  config.Set("SingleFeed", IntegerNode(settings.SingleFeed));
+  config.Set("MagneticEncoding", encoding);
+
+  PList::Dictionary root;
+  root.Set("PrinterConfig", config);
+  root.Set("Serial_no", PList::String(settings.SerialNo));
+  return plist_file::ToXml(root);
+}
+
+bool Write(const PrinterSettings& settings, const std::string& path, std::string& error) {
+  std::string xml = ToXml(settings);
+  if (xml.empty()) {
+    error = "The printer settings could not be serialised.";
+    return false;
+  }
+  return plist_file::WriteAtomically(path, xml, error);
+}
+
+std::optional<PrinterSettingsFile> Read(const std::string& path, std::string& error) {
+  std::unique_ptr<PList::Dictionary> root = plist_file::ReadDictionary(path, error);
+  if (!root) return std::nullopt;
+  PrinterSettingsFile file;
+  file.Empty = root->GetSize() == 0;
+  file.SerialNo = plist_file::TextValue(plist_file::Find(*root, "Serial_no"));
+  const PList::Dictionary* config = plist_file::AsDictionary(plist_file::Find(*root, "PrinterConfig"));
+  if (!config) return file;
+  for (auto it = config->Begin(); it != config->End(); ++it) {
+    const std::string& key = it->first;
+    if (key == "Offset") {
+      if (const PList::Dictionary* offset = plist_file::AsDictionary(it->second)) file.PrinterConfig.emplace_back(ReadOffset(*offset));
+    } else if (key == "SingleFeed") {
+      if (std::optional<int> index = plist_file::IntegerValue(it->second)) file.PrinterConfig.emplace_back(SingleFeedEntry{*index});
+    } else if (key == "MagneticEncoding") {
+      if (const PList::Dictionary* encoding = plist_file::AsDictionary(it->second)) {
+        file.PrinterConfig.emplace_back(ReadMagneticEncoding(*encoding));
+      }
+    }
+  }
+  return file;
+}
+
+}  // namespace printer_settings

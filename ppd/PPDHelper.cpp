@@ -402,13 +402,13 @@ std::string PPDHelper::GetTempPPDFileName() const {
 
 std::optional<std::string> PPDHelper::GetFileData(const std::string& path) {
   UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!fd) return std::nullopt;
+  if (!fd.Valid()) return std::nullopt;
   struct stat info {};
-  if (::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  if (::fstat(fd.Get(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
   std::string text;
   char buffer[8192];
   for (;;) {
-    const ssize_t n = ::read(fd.get(), buffer, sizeof buffer);
+    const ssize_t n = ::read(fd.Get(), buffer, sizeof buffer);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) return std::nullopt;
     if (n == 0) break;
@@ -422,12 +422,12 @@ int PPDHelper::SaveFileData(const std::string& text, const std::string& path) {
   // Not through a link: the temporary folder may be a shared one.
   UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
   const char* reason = nullptr;
-  if (!fd) {
+  if (!fd.Valid()) {
     reason = std::strerror(errno);
   } else {
     size_t done = 0;
     while (done < text.size()) {
-      const ssize_t n = ::write(fd.get(), text.data() + done, text.size() - done);
+      const ssize_t n = ::write(fd.Get(), text.data() + done, text.size() - done);
       if (n < 0 && errno == EINTR) continue;
       if (n <= 0) {
         reason = n < 0 ? std::strerror(errno) : "nothing written";

@@ -43,7 +43,7 @@ int SavePPDFileAsRoot(const char* src, const char* dst) {
   }
 
   UniqueFd sock(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (!sock) {
+  if (!sock.Valid()) {
     VktLog("Error opening socket :: %s\n", std::strerror(errno));
     return -1;
   }
@@ -61,7 +61,7 @@ int SavePPDFileAsRoot(const char* src, const char* dst) {
   std::memcpy(&address, host->ai_addr, sizeof address);
   address.sin_port = htons(static_cast<uint16_t>(vkt_paths::PpdServicePort()));
 
-  if (::connect(sock.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+  if (::connect(sock.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
     VktLog("Error connecting socket :: %s\n", std::strerror(errno));
     return -1;
   }
@@ -69,7 +69,7 @@ int SavePPDFileAsRoot(const char* src, const char* dst) {
   // One send, no terminator: the service takes its first read as the request.
   ssize_t sent;
   do {
-    sent = ::send(sock.get(), request, static_cast<size_t>(length), MSG_NOSIGNAL);
+    sent = ::send(sock.Get(), request, static_cast<size_t>(length), MSG_NOSIGNAL);
   } while (sent < 0 && errno == EINTR);
   if (sent != length) {
     VktLog("Error writing to socket :: %s\n", sent < 0 ? std::strerror(errno) : "short write");
@@ -79,7 +79,7 @@ int SavePPDFileAsRoot(const char* src, const char* dst) {
   char reply[kReplySize + 1] = {};
   ssize_t received;
   do {
-    received = ::recv(sock.get(), reply, kReplySize, 0);
+    received = ::recv(sock.Get(), reply, kReplySize, 0);
   } while (received < 0 && errno == EINTR);
   if (received < 0) {
     VktLog("Error reading socket :: %s\n", std::strerror(errno));

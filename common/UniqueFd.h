@@ -1,4 +1,4 @@
-// Owns one file descriptor and closes it when it goes out of scope.
+// Owns one POSIX file descriptor and closes it when it goes out of scope.
 #pragma once
 
 class UniqueFd {
@@ -15,6 +15,8 @@ class UniqueFd {
   bool Valid() const { return fd_ >= 0; }
   // Closes the held descriptor (if any) and holds fd instead.
   void Reset(int fd = -1);
+  // Closes now; returns the result of close(2) (0 when nothing was open).
+  int Close();
 
  private:
   int fd_ = -1;

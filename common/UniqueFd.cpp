@@ -1,20 +1,22 @@
-// File descriptor ownership.
+// The file-descriptor owner shared by the PPD client and the PPD service.
 #include "UniqueFd.h"
 
 #include <unistd.h>
 
 #include <utility>
 
-UniqueFd::~UniqueFd() { Close(); }
+UniqueFd::~UniqueFd() { Reset(); }
 
 UniqueFd::UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
 
 UniqueFd& UniqueFd::operator=(UniqueFd&& other) noexcept {
-  if (this != &other) {
-    Close();
-    fd_ = std::exchange(other.fd_, -1);
-  }
+  if (this != &other) Reset(std::exchange(other.fd_, -1));
   return *this;
+}
+
+void UniqueFd::Reset(int fd) {
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = fd;
 }
 
 int UniqueFd::Close() {

@@ -24,6 +24,7 @@ class RadioPair;
 class CardSetupController;
 class EncodingController;
 class DeviceSettingsController;
+class ToolsController;
 namespace Ui {
 class MainWindow;
 }
@@ -84,6 +85,9 @@ class AppDelegate : public QObject {
   void SaveandRestoreBtn();
   void mnuAboutClick();
   void mnuShowHelp();
+  // Restores a printer-settings file through the main window's own apply
+  // actions, so the printer receives what a user's clicks would send.
+  void UpdatePrinterSettingsFromFile(const std::string& path);
   // The user guide that Help opens (next to the program, or $VKT_USER_GUIDE).
   static QString UserGuidePath();
 
@@ -112,6 +116,7 @@ class AppDelegate : public QObject {
   CardSetupController& CardSetup() { return *cardSetup_; }
   EncodingController& Encoding() { return *encoding_; }
   DeviceSettingsController& DeviceSettings() { return *deviceSettings_; }
+  ToolsController& Tools() { return *tools_; }
 
   // Main-window state.
   std::string printerName;     // the chosen queue
@@ -152,4 +157,5 @@ class AppDelegate : public QObject {
   std::unique_ptr<CardSetupController> cardSetup_;
   std::unique_ptr<EncodingController> encoding_;
   std::unique_ptr<DeviceSettingsController> deviceSettings_;
+  std::unique_ptr<ToolsController> tools_;
 };

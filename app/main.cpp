@@ -8,8 +8,11 @@
 #include <cstdio>
 
 #include "AppDelegate.h"
+#include "AppSaveRestoreHost.h"
+#include "JobLog.h"
 #include "QtPrompter.h"
 #include "QtWaits.h"
+#include "vkts3saverestore.h"
 
 namespace {
 
@@ -47,7 +50,17 @@ int main(int argc, char** argv) {
 
   AppDelegate::Seams seams;
   seams.queue = parser.value(queue).toStdString();
+  // The child windows, opened from the main window once start-up is done.
+  AppDelegate* mainWindow = nullptr;
+  seams.makeJobLogWindow = [&prompter](const std::string& ppdPath, QWidget* parent) -> std::unique_ptr<QDialog> {
+    return std::make_unique<JobLog>(ppdPath, prompter, parent);
+  };
+  seams.makeSaveRestoreWindow = [&mainWindow](const std::string& ppdPath, QWidget* parent) -> std::unique_ptr<QDialog> {
+    if (!mainWindow) return nullptr;
+    return std::make_unique<vkts3saverestore>(ppdPath, std::make_unique<AppSaveRestoreHost>(*mainWindow), parent);
+  };
   AppDelegate delegate(prompter, std::move(seams));
+  mainWindow = &delegate;
   prompter.SetParent(delegate.window());
 
   int status = 0;

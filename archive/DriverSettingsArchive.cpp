@@ -22,6 +22,13 @@ constexpr std::pair<const char*, int> kTextKeys[] = {{"Separator", 11}, {"FileNa
 
 PList::Integer IntegerNode(int value) { return PList::Integer(static_cast<uint64_t>(static_cast<int64_t>(value))); }
 
+bool HasControlCharacter(const std::string& text) {
+  for (unsigned char c : text) {
+    if (c < 0x20 || c == 0x7F) return true;
+  }
+  return false;
+}
+
 std::string Describe(const PList::Node* node) {
   if (std::optional<std::string> text = plist_file::TextValue(node)) return *text;
   return "(not a value)";
@@ -76,9 +83,15 @@ std::optional<DriverSettingsFile> Read(const std::string& path, std::string& err
     for (const auto& [textKey, index] : kTextKeys) {
       if (key != textKey) continue;
       known = true;
-      // Only real texts: a number where a text belongs would name a line the
-      // PPD never had.
-      if (value->GetType() == PLIST_STRING) file.JobLog.Text(index) = plist_file::TextValue(value);
+      // Only real texts, and only one line of them: the text becomes part of
+      // a PPD line, and a line break would smuggle in lines of its own.
+      if (value->GetType() != PLIST_STRING) continue;
+      std::optional<std::string> text = plist_file::TextValue(value);
+      if (HasControlCharacter(*text)) {
+        VktLog("Ignoring %s: it holds a control character", key.c_str());
+        continue;
+      }
+      file.JobLog.Text(index) = std::move(text);
     }
     if (known || !number) continue;
     if (key == "Rotate180") file.Rotate180 = *number;

@@ -2,6 +2,7 @@
 #include "PlistFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>

@@ -1,7 +1,6 @@
 // The in-process PPD service of the tests.
 #include "ServiceFixture.h"
 
-#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,12 +16,8 @@ void ServiceFixture::SetUp() {
   WriteFile(card, original, 0640);
   if (RunningAsRoot()) {
     ASSERT_EQ(::chown(card.c_str(), 0, 7), 0);  // root:lp as CUPS installs it
-    defaultGroup = "lpadmin";
-  } else {
-    group* own = ::getgrgid(::getgid());
-    ASSERT_NE(own, nullptr);
-    defaultGroup = own->gr_name;
   }
+  defaultGroup = ServiceGroupForTests();
   StartService(defaultGroup);
 }
 

@@ -113,7 +113,7 @@ class ServiceProgramTest : public ::testing::Test {
 };
 
 TEST_F(ServiceProgramTest, ServesOnItsPortLogsEveryRequestAndStopsOnSigterm) {
-  ServiceProgram program(root.Path(), {"--port", "0", "--group", "lpadmin"});
+  ServiceProgram program(root.Path(), {"--port", "0", "--group", ServiceGroupForTests()});
   int port = program.WaitForPort();
   ASSERT_GT(port, 0) << "the service did not start";
   EXPECT_EQ(Ask(port, sourceB + "|" + card), "OK");
@@ -123,7 +123,7 @@ TEST_F(ServiceProgramTest, ServesOnItsPortLogsEveryRequestAndStopsOnSigterm) {
   std::string log = program.Stop(SIGTERM, &status);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << log;
   const std::string uid = std::to_string(::getuid());
-  EXPECT_NE(log.find("PPD folder " + ppdFolder + ", group lpadmin"), std::string::npos) << log;
+  EXPECT_NE(log.find("PPD folder " + ppdFolder + ", group " + ServiceGroupForTests()), std::string::npos) << log;
   EXPECT_NE(log.find("request from uid " + uid + " \"" + sourceB + "|" + card + "\": OK\n"), std::string::npos) << log;
   EXPECT_NE(log.find("request from uid " + uid + " \"" + sourceB + "|" + root.Path() +
                      "/a.ppd\": ERROR: the destination is not in the PPD folder\n"),
@@ -139,7 +139,7 @@ TEST_F(ServiceProgramTest, RefusesBadOptionsAndABusyPort) {
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 2);
   EXPECT_NE(log.find("usage: vkts3-ppd-service [--port PORT] [--group NAME]"), std::string::npos) << log;
 
-  ServiceProgram first(root.Path(), {"--port", "0"});
+  ServiceProgram first(root.Path(), {"--port", "0", "--group", ServiceGroupForTests()});
   int port = first.WaitForPort();
   ASSERT_GT(port, 0);
   ServiceProgram second(root.Path(), {"--port", std::to_string(port)});
@@ -152,7 +152,7 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   // Kill within about one and a half times the time a request takes here.
   int requestMicroseconds = 0;
   {
-    ServiceProgram program(root.Path(), {"--port", "0"});
+    ServiceProgram program(root.Path(), {"--port", "0", "--group", ServiceGroupForTests()});
     int port = program.WaitForPort();
     ASSERT_GT(port, 0);
     const auto start = std::chrono::steady_clock::now();
@@ -165,7 +165,7 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   std::uniform_int_distribution<int> delayMicroseconds(0, requestMicroseconds * 3 / 2);
   int keptOld = 0, tookNew = 0;
   for (int round = 0; round < 60; ++round) {
-    ServiceProgram program(root.Path(), {"--port", "0"});
+    ServiceProgram program(root.Path(), {"--port", "0", "--group", ServiceGroupForTests()});
     int port = program.WaitForPort();
     ASSERT_GT(port, 0);
     const std::string before = ReadFile(card);
@@ -185,7 +185,7 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   EXPECT_GT(keptOld, 0);
   EXPECT_GT(tookNew, 0);
   // A fresh start clears what the killed runs left behind.
-  ServiceProgram program(root.Path(), {"--port", "0"});
+  ServiceProgram program(root.Path(), {"--port", "0", "--group", ServiceGroupForTests()});
   ASSERT_GT(program.WaitForPort(), 0);
   for (const std::string& name : FolderEntries(ppdFolder))
     EXPECT_TRUE(name == "Card.ppd" || name == "Card.ppd.O") << name;

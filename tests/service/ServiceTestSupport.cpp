@@ -123,6 +123,13 @@ std::vector<std::string> FolderEntries(const std::string& folder) {
 
 bool RunningAsRoot() { return ::geteuid() == 0; }
 
+std::string ServiceGroupForTests() {
+  if (RunningAsRoot()) return "lpadmin";
+  group* own = ::getgrgid(::getgid());
+  if (!own) throw std::runtime_error("the primary group of the test user has no name");
+  return own->gr_name;
+}
+
 std::string FastFolderBase() { return ::access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp"; }
 
 }  // namespace service_test

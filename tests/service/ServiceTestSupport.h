@@ -45,6 +45,10 @@ std::vector<std::string> FolderEntries(const std::string& folder);
 
 bool RunningAsRoot();
 
+// The group the tests give the service: lpadmin as root (root may always
+// ask), else the primary group of the user running the tests.
+std::string ServiceGroupForTests();
+
 // /dev/shm when it is a writable folder, else /tmp: where fsync costs
 // nothing, for tests that replace a file hundreds of times. A kill of the
 // process behaves the same on every file system.

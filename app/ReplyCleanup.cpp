@@ -1,0 +1,16 @@
+// Reply clean-up shared by the encoding and tools tabs.
+#include "ReplyCleanup.h"
+
+namespace {
+constexpr char kNak = 0x15;
+constexpr char kEot = 0x04;
+}  // namespace
+
+void ClearErrorInBuffer(std::string& reply) {
+  if (reply.empty()) return;
+  if (reply.size() >= 4 && reply[0] == kNak && reply[3] == kEot) {
+    reply.clear();
+    return;
+  }
+  reply.pop_back();
+}

@@ -1,0 +1,65 @@
+// The tools tab: test cards, card eject and cleaning, the command console,
+// sending a raw PRN file and the firmware download.
+#pragma once
+
+#include <cstdio>
+#include <functional>
+#include <string>
+
+#include "TestCardPrinter.h"
+
+class AppDelegate;
+
+class ToolsController {
+ public:
+  // Draws and prints test card `kind` in the colours of driver ribbon index
+  // `ribbonIndex`, both sides when `dualSide`. Replaceable so tests need no
+  // print system.
+  using TestCardPrint = std::function<TestCardPrinter::Result(int kind, int ribbonIndex, bool dualSide)>;
+
+  // A console line is sent as ESC, the line, CR and a zero byte in a buffer
+  // of this size, so a line may hold at most kMaxConsoleLine characters.
+  static constexpr int kConsoleBufferSize = 48;
+  static constexpr int kMaxConsoleLine = kConsoleBufferSize - 3;
+  static constexpr const char* kConsoleLineTooLong =
+      "The command is too long: a printer command can hold at most 45 characters.";
+  // Files go to the printer in blocks of this size.
+  static constexpr int kBlockSize = 4096;
+
+  explicit ToolsController(AppDelegate& app);
+
+  // ---- test cards ----
+  void PrintTestCardBtn();
+  void ProcessTestCard(int kind);
+  void SetTestCardPrint(TestCardPrint print) { testCardPrint_ = std::move(print); }
+
+  // ---- maintenance and console ----
+  void EjectCardBtn();
+  void CleanBtnclicked();
+  void ExecuteBtnClick();
+
+  // ---- PRN files ----
+  void PRNSelectBtnClicked();
+  void PRNSendBtnClicked();
+  void SendPRNFileToPrinter(std::FILE* file);
+
+  // ---- firmware ----
+  void SelectFileBtnClicked();
+  void ShowFmDetails();
+  void DownloadFwBtnClicked();
+
+  // The open panel for one file of kind 1 (firmware), 2 (PRN) or 3 (settings
+  // file); the empty text when cancelled.
+  std::string GetSelectedFilePath(int kind);
+
+ private:
+  TestCardPrinter::Result PrintWithCups(int kind, int ribbonIndex, bool dualSide);
+  // The progress bar under the console's result line, for long sends.
+  void BeginProgress(long long total);
+  void AdvanceProgress(long long sent);
+  void EndProgress();
+
+  AppDelegate& app_;
+  TestCardPrint testCardPrint_;
+  long long progressTotal_ = 0;
+};

@@ -1,0 +1,167 @@
+// The settings-archive window.
+#include "vkts3saverestore.h"
+
+#include <QCloseEvent>
+#include <QFile>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScreen>
+#include <QStandardPaths>
+#include <QStringDecoder>
+#include <chrono>
+
+#include "DriverSettingsArchive.h"
+#include "Log.h"
+#include "PlistFile.h"
+#include "Waits.h"
+#include "ui_vkts3saverestore.h"
+
+namespace {
+
+constexpr const char* kArchiveTitle = "Orvex Printer Settings";
+
+bool ContainsIgnoringCase(const std::string& text, const char* part) {
+  return QString::fromStdString(text).contains(QLatin1String(part), Qt::CaseInsensitive);
+}
+
+}  // namespace
+
+vkts3saverestore::vkts3saverestore(const std::string& ppdPath, std::unique_ptr<SaveRestoreHost> host, QWidget* parent,
+                                   const std::string& documentsFolder)
+    : QDialog(parent), ui_(std::make_unique<Ui::vkts3saverestore>()), host_(std::move(host)),
+      documentsFolder_(documentsFolder) {
+  ui_->setupUi(this);
+  connect(ui_->PrinterSettingSaveButton, &QPushButton::clicked, this, [this] { PrinterSettingSaveButton(); });
+  connect(ui_->PrinterSettingsRestoreButton, &QPushButton::clicked, this, [this] { PrinterSettingsRestoreButton(); });
+  connect(ui_->DriverSettingSaveButton, &QPushButton::clicked, this, [this] { DriverSettingSaveButton(); });
+  connect(ui_->DriverSettingsRestoreButton, &QPushButton::clicked, this, [this] { DriverSettingsRestoreButton(); });
+  connect(ui_->SaveRestoreCloseBtn, &QPushButton::clicked, this, [this] { SaveRestoreCloseBtn(); });
+  SetPPDFileName(ppdPath);
+  windowDidLoad();
+}
+
+vkts3saverestore::~vkts3saverestore() = default;
+
+void vkts3saverestore::windowDidLoad() {
+  if (QWidget* owner = parentWidget()) {
+    move(owner->geometry().center() - rect().center());
+  } else if (QScreen* screen = this->screen()) {
+    move(screen->availableGeometry().center() - rect().center());
+  }
+  oPPDHelper_ = std::make_unique<PPDHelper>();
+  oPPDHelper_->InitPPD(strPPDFileName);
+  // The user's Documents folder, where the desktop keeps it (not the
+  // /Users/<name>/Documents of the system this tool comes from).
+  defaultDirectoryPath_ = documentsFolder_.empty()
+                              ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation).toStdString()
+                              : documentsFolder_;
+  ui_->ContentsOfPlist->setReadOnly(true);
+  ui_->lblFilePathText->setText(
+      QString("The default location where the configurations \n files stored is %1").arg(QString::fromStdString(defaultDirectoryPath_)));
+}
+
+std::string vkts3saverestore::SaveFile(const std::string& title) {
+  std::string path = host_->prompter().ChooseFileToSave({title, defaultDirectoryPath_, {"plist", "PLIST"}});
+  if (path.empty()) return path;
+  if (!ContainsIgnoringCase(path, ".plist")) path += ".plist";
+  return path;
+}
+
+std::string vkts3saverestore::GetSelectedFilePath(Prompter& prompter, int kind, const std::string& directory) {
+  Prompter::FilePanel panel;
+  panel.directory = directory;
+  switch (kind) {
+    case 1: panel.types = {"bin", "BIN"}; break;
+    case 2: panel.types = {"prn", "PRN"}; break;
+    case 3: panel.types = {"plist", "PLIST"}; break;
+    default: break;
+  }
+  std::string path = prompter.ChooseFileToOpen(panel);
+  if (path.empty()) return path;
+  // Lets the panel close before the caller goes on with the file.
+  Waits::Current().RunEventLoop(std::chrono::milliseconds(1000));
+  return path;
+}
+
+std::string vkts3saverestore::GetSelectedFilePath(int kind) {
+  return GetSelectedFilePath(host_->prompter(), kind, defaultDirectoryPath_);
+}
+
+void vkts3saverestore::DisplayContentsofPlistFile(const std::string& path) {
+  if (path.empty()) return;
+  QFile file(QString::fromStdString(path));
+  // Only a settings-sized file is shown; anything bigger is not ours.
+  if (file.size() > static_cast<qint64>(plist_file::kMaxFileSize) || !file.open(QIODevice::ReadOnly)) return;
+  QByteArray bytes = file.readAll();
+  QStringDecoder decoder(QStringDecoder::Utf8);
+  QString text = decoder.decode(bytes);
+  if (decoder.hasError() || text.isEmpty()) return;
+  ui_->ContentsOfPlist->setPlainText(text);
+}
+
+void vkts3saverestore::PrinterSettingSaveButton() {
+  std::string path = SaveFile("Save Printer Setting");
+  if (path.empty()) return;
+  std::string error;
+  // A failed write is only logged; the display then shows what the path holds.
+  if (!printer_settings::Write(host_->CurrentPrinterSettings(), path, error)) VktLog("%s", error.c_str());
+  DisplayContentsofPlistFile(path);
+}
+
+void vkts3saverestore::PrinterSettingsRestoreButton() {
+  std::string path = GetSelectedFilePath(3);
+  DisplayContentsofPlistFile(path);
+  // The file is on the screen before the printer is addressed.
+  Waits::Current().RunEventLoop(std::chrono::milliseconds(1000));
+  host_->UpdatePrinterSettingsFromFile(path);
+}
+
+void vkts3saverestore::DriverSettingSaveButton() {
+  std::string path = SaveFile("Save Driver Setting");
+  if (path.empty()) return;
+  driver_settings::DriverSettings settings;
+  // Also makes these the values a later restore in this window compares against.
+  settings.JobLog = oPPDHelper_ ? oPPDHelper_->GetPPDJobLogDefaultValues() : JobLog_{};
+  std::array<int, 4> lists = host_->DriverListIndices();
+  settings.PrintOnBothSides = lists[0];
+  settings.Rotate180 = lists[1];
+  settings.MonoConversion = lists[2] == -1 ? 0 : lists[2];
+  settings.PrintingMode = lists[3];
+  std::string error;
+  if (!driver_settings::Write(settings, path, error)) VktLog("%s", error.c_str());
+  DisplayContentsofPlistFile(path);
+}
+
+void vkts3saverestore::DriverSettingsRestoreButton() {
+  std::string path = GetSelectedFilePath(3);
+  if (path.empty()) return;
+  DisplayContentsofPlistFile(path);
+  Waits::Current().RunEventLoop(std::chrono::milliseconds(1000));
+  UpdateDriverSettingsFromFile(path);
+}
+
+int vkts3saverestore::UpdateDriverSettingsFromFile(const std::string& path) {
+  std::string error;
+  std::optional<driver_settings::DriverSettingsFile> file = driver_settings::Read(path, error);
+  if (!file) {
+    VktLog("%s", error.c_str());
+    host_->prompter().Show(kArchiveTitle, error + " The driver settings were not changed.", {"OK"},
+                           Prompter::Level::kStop);
+    return 0;
+  }
+  if (!oPPDHelper_) return -1;
+  // Compared against the job-log values of this window's last driver save, or
+  // against an all-zero record when there was none: then only flags that are
+  // on in the file and off in the PPD change, and the texts stay.
+  int logResult = oPPDHelper_->SaveJobLogSettings(file->JobLog);
+  int optionResult =
+      oPPDHelper_->RestorePPDSettings({file->Rotate180, file->MonoConversion, file->PrintingMode, file->PrintOnBothSides});
+  return logResult == 1 && optionResult == 1 ? 1 : -1;
+}
+
+void vkts3saverestore::SaveRestoreCloseBtn() { done(QDialog::Rejected); }
+
+void vkts3saverestore::closeEvent(QCloseEvent* event) {
+  SaveRestoreCloseBtn();
+  event->accept();
+}

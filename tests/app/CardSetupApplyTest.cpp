@@ -1,0 +1,188 @@
+// Apply and Close of the card-setup tab through the sandbox's PPD service:
+// the installed PPD of the queue Card changes in exactly the expected lines
+// and is put back afterwards. Only VKTS32 PPDs are used in this process (the
+// driver's value tables keep the first model they see).
+#include <QLineEdit>
+#include <QPushButton>
+#include <algorithm>
+#include <fstream>
+
+#include "CardSetupTestSupport.h"
+#include "Paths.h"
+#include "SandboxEnv.h"
+
+namespace {
+
+using card_setup_test::Edited;
+using card_setup_test::Edits;
+using card_setup_test::Items;
+
+constexpr char kQueue[] = "Card";
+
+class CardSetupApply : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(vkt_sandbox::Require());
+    ASSERT_FALSE(vkt_sandbox::Var("VKT_PPD_SERVICE_PORT").empty()) << "the sandbox runs no PPD service";
+    app_test::EnsureApplication();
+    ASSERT_TRUE(runtime_.isValid() && documents_.isValid());
+    setenv("XDG_RUNTIME_DIR", runtime_.path().toLocal8Bit().constData(), 1);
+    ppdPath_ = vkt_paths::PpdPathForQueue(kQueue);
+    ASSERT_EQ(ppdPath_, vkt_sandbox::Base() + "/ppd/Card.ppd");
+    original_ = app_test::ReadFile(vkt_sandbox::FixtureDir() + "/VKTS32.ppd");
+    ASSERT_EQ(app_test::ReadFile(ppdPath_), original_) << "the sandbox PPD was left changed by an earlier test";
+  }
+
+  void TearDown() override {
+    app_.reset();
+    if (ppdPath_.empty() || app_test::ReadFile(ppdPath_) == original_) return;
+    Install(original_);
+    EXPECT_EQ(app_test::ReadFile(ppdPath_), original_) << "could not restore " << ppdPath_;
+  }
+
+  // Puts `text` in place of the queue's PPD through the service, as the tool would.
+  void Install(const std::string& text) {
+    const std::string copy = runtime_.path().toStdString() + "/install.ppd";
+    std::ofstream(copy, std::ios::binary) << text;
+    ASSERT_EQ(SavePPDFileAsRoot(copy.c_str(), ppdPath_.c_str()), 1);
+    ASSERT_EQ(app_test::ReadFile(ppdPath_), text);
+  }
+
+  // Start-up of the main window for the queue; `emulatorPort` 0 takes the
+  // queue's own printer through cupsd's device URI.
+  void Start(int emulatorPort = 0) {
+    AppDelegate::Seams seams;
+    seams.queue = kQueue;
+    seams.documentsFolder = documents_.path().toStdString();
+    seams.redirectLog = false;
+    seams.quit = [this] { ++quits_; };
+    if (emulatorPort) {
+      seams.makeSession = [emulatorPort](const std::string& queue) { return app_test::SessionTo(queue, emulatorPort); };
+    }
+    app_ = std::make_unique<AppDelegate>(prompter_, std::move(seams));
+    ASSERT_EQ(app_->applicationDidFinishLaunching(), AppDelegate::StartupResult::kReady);
+  }
+
+  // An emulated printer of our own for the queue (a ribbon other than the sandbox's).
+  int OwnPrinter(const std::string& extra) {
+    server_ = std::make_unique<EmulatorServer>(app_test::LoadProfile("VKTS32", extra));
+    EXPECT_TRUE(server_->Start());
+    return server_->Port();
+  }
+
+  size_t ServiceRequests() const {
+    std::string log = app_test::ReadFile(vkt_sandbox::Base() + "/log/ppd-service.log");
+    return static_cast<size_t>(std::count(log.begin(), log.end(), '\n'));
+  }
+
+  // The identity lines every first Apply writes: the printer's serial number
+  // (the label without its terminator) and the address of a network printer.
+  static Edits Identity() {
+    return {{"*PrinterSerialNo: VKT3200001", "*PrinterSerialNo: S32000001"},
+            {"*PrinterIPAddress: 203.0.113.10", "*PrinterIPAddress: 127.0.0.1"}};
+  }
+
+  QTemporaryDir runtime_;
+  QTemporaryDir documents_;
+  RecordingWaits waits_;
+  ScriptedPrompter prompter_;
+  std::unique_ptr<EmulatorServer> server_;
+  std::unique_ptr<AppDelegate> app_;
+  std::string ppdPath_;
+  std::string original_;
+  int quits_ = 0;
+};
+
+TEST_F(CardSetupApply, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
+  Start();  // the queue's own printer, found through cupsd
+  auto& ui = app_->ui();
+  ASSERT_TRUE(prompter_.prompts.empty());
+  ASSERT_EQ(ui.SerialNum->text(), "S32000001\r");
+
+  ui.Rotate->SelectItemAtIndex(3);
+  ui.RibbonCombinatioin->SelectItemAtIndex(Items(ui.RibbonCombinatioin).indexOf("Front YMCKO , Back YMCKO"));
+  ASSERT_EQ(Items(ui.MonoChromeConv), (QStringList{"Barcode", "Text"}));
+  ui.MonoChromeConv->SelectItemAtIndex(1);
+  ui.leFrontX->setText("12");
+  ui.leBackY->setText("-4");
+  ui.chBoxAutoDetect->setEnabled(true);
+  ui.chBoxAutoDetect->click();
+  ASSERT_TRUE(ui.ApplySettingsBtn->isEnabled());
+  ui.ApplySettingsBtn->click();
+
+  EXPECT_TRUE(prompter_.prompts.empty());
+  EXPECT_FALSE(ui.ApplySettingsBtn->isEnabled());
+  EXPECT_TRUE(app_->bSettingSaved);
+  Edits edits = Identity();
+  edits.push_back({"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 3Both"});
+  edits.push_back({"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"});
+  edits.push_back({"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK",
+                   "*DefaultVKTS32RibbonCombination: 1FrontYmckoBackYmcko"});
+  edits.push_back({"*DefaultVKTS32AutoHalfPanel: 0false", "*DefaultVKTS32AutoHalfPanel: 1true"});
+  edits.push_back({"*FrontX: 0", "*FrontX: 12"});
+  edits.push_back({"*BackY: 0", "*BackY: -4"});
+  const std::string expected = Edited(original_, edits);
+  EXPECT_EQ(app_test::ReadFile(ppdPath_), expected);
+
+  // Nothing differs from the file any more: no request, no change, no message.
+  const size_t requests = ServiceRequests();
+  app_->CardSetup().SaveSettings();
+  EXPECT_EQ(ServiceRequests(), requests);
+  EXPECT_EQ(app_test::ReadFile(ppdPath_), expected);
+  EXPECT_TRUE(prompter_.prompts.empty());
+  EXPECT_FALSE(ui.ApplySettingsBtn->isEnabled());
+
+  // Close after Apply does not store the ribbon again.
+  app_->OnClickCloseButton();
+  EXPECT_EQ(quits_, 1);
+  EXPECT_EQ(ServiceRequests(), requests);
+}
+
+TEST_F(CardSetupApply, StoredTextWithCombinationFourteenIsSavedBackAsThree) {
+  const std::string stored =
+      Edited(original_, {{"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"},
+                         {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"},
+                         {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK",
+                          "*DefaultVKTS32RibbonCombination: 14FrontYMCKO"}});
+  Install(stored);
+  Start();
+  auto& ui = app_->ui();
+  ASSERT_EQ(ui.MonoChromeConv->ObjectValueOfSelectedItem(), "Text");
+  ASSERT_EQ(ui.MonoChromeConv->IndexOfSelectedItem(), 1);
+  app_->CardSetup().SaveSettings();
+  EXPECT_TRUE(prompter_.prompts.empty());
+  EXPECT_EQ(app_test::ReadFile(ppdPath_), Edited(stored, Identity()));
+}
+
+TEST_F(CardSetupApply, StoredKdOCombinationIsSavedWithMonochromeFive) {
+  // 5 has no monochrome line: the stored HalfTone stays, only the identity changes.
+  const std::string stored =
+      Edited(original_, {{"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"},
+                         {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"},
+                         {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"},
+                         {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK",
+                          "*DefaultVKTS32RibbonCombination: 12FrontKdO"}});
+  Install(stored);
+  Start(OwnPrinter("ribbon_code = 54"));  // "KdO 500"
+  auto& ui = app_->ui();
+  ASSERT_TRUE(prompter_.prompts.empty());
+  ASSERT_EQ(Items(ui.MonoChromeConv), QStringList{"None"});
+  app_->CardSetup().SaveSettings();
+  EXPECT_TRUE(prompter_.prompts.empty());
+  EXPECT_EQ(app_test::ReadFile(ppdPath_), Edited(stored, Identity()));
+}
+
+TEST_F(CardSetupApply, CloseWithoutApplyStoresTheChangedRibbon) {
+  Start(OwnPrinter("ribbon_code = 54"));  // "KdO 500" against the driver's YMCKO
+  ASSERT_EQ(prompter_.prompts.size(), 1u);
+  ASSERT_EQ(prompter_.prompts[0].message, "Ribbon Changed to KdO 500");
+  const size_t requests = ServiceRequests();
+  app_->ui().CloseBtn->click();
+  EXPECT_EQ(quits_, 1);
+  EXPECT_EQ(app_->objDev(), nullptr);
+  EXPECT_GT(ServiceRequests(), requests);
+  EXPECT_EQ(app_test::ReadFile(ppdPath_),
+            Edited(original_, {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"}}));
+}
+
+}  // namespace

@@ -1,0 +1,196 @@
+// Restoring a printer-settings file in a started main window talking to an
+// emulated printer: the printer receives exactly what the window's own apply
+// buttons send, another printer's file asks first, and keys missing from the
+// file send nothing.
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QRadioButton>
+#include <filesystem>
+#include <fstream>
+
+#include "AppSaveRestoreHost.h"
+#include "AppTestSupport.h"
+#include "DeviceSettingsController.h"
+#include "EncodingController.h"
+#include "RadioPair.h"
+#include "RecordingWaits.h"
+#include "ScriptedPrompter.h"
+#include "VktComboBox.h"
+#include "ui_MainWindow.h"
+#include "vkts3saverestore.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kOtherPrinterMessage[] =
+    "The target printer does not match the saved printer configuration settings.Proceeding to restore this file may "
+    "corrupt the printer rendering it inoperable.Would you like to continue?";
+
+class PrinterSettingsRestoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    app_test::EnsureApplication();
+    ASSERT_TRUE(root_.isValid());
+    fs::create_directories(Root() + "/ppd");
+    fs::create_directories(Root() + "/Documents");
+    setenv("CUPS_SERVERROOT", Root().c_str(), 1);
+    std::ofstream(Root() + "/os-release") << "PRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\n";
+    server_ = std::make_unique<EmulatorServer>(app_test::LoadProfile("VKTS32"));
+    ASSERT_TRUE(server_->Start()) << "the emulator could not start";
+    fs::copy_file(app_test::FixturePpd("VKTS32.ppd"), Root() + "/ppd/Card.ppd", fs::copy_options::overwrite_existing);
+
+    AppDelegate::Seams seams;
+    seams.queue = "Card";
+    seams.documentsFolder = Root() + "/Documents";
+    seams.osReleasePath = Root() + "/os-release";
+    seams.redirectLog = false;
+    seams.quit = [] {};
+    const int port = server_->Port();
+    seams.makeSession = [port](const std::string& queue) { return app_test::SessionTo(queue, port); };
+    app_ = std::make_unique<AppDelegate>(prompter_, std::move(seams));
+    ASSERT_EQ(app_->applicationDidFinishLaunching(), AppDelegate::StartupResult::kReady);
+    ASSERT_EQ(app_->ui().SerialNum->text(), "S32000001");
+    prompter_.prompts.clear();
+  }
+
+  std::string Root() const { return root_.path().toStdString(); }
+
+  // Everything the printer received so far, over every connection.
+  std::string Wire() const {
+    std::string all;
+    for (const std::string& part : server_->ConnectionTranscripts()) all += part;
+    return all;
+  }
+
+  // The bytes `action` puts on the wire.
+  template <class F>
+  std::string Sent(F action) {
+    const size_t before = Wire().size();
+    action();
+    return Wire().substr(before);
+  }
+
+  // Puts distinct values into every control a printer-settings file holds.
+  void SetControls(const char* frontX, int feed, int trackBase, bool high) {
+    Ui::MainWindow& ui = app_->ui();
+    ui.leFrontX->setText(frontX);
+    ui.leFrontY->setText("3");
+    ui.leBackX->setText("0");
+    ui.leBackY->setText("-7");
+    ui.FeederOption->SelectItemAtIndex(feed);
+    ui.BoxT1Mode->SelectItemAtIndex(trackBase % 3);
+    ui.BoxT2Mode->SelectItemAtIndex((trackBase + 1) % 3);
+    ui.BoxT3Mode->SelectItemAtIndex((trackBase + 2) % 3);
+    ui.BoxT1Density->SelectItemAtIndex(trackBase % 2);
+    ui.BoxT2Density->SelectItemAtIndex((trackBase + 1) % 2);
+    ui.BoxT3Density->SelectItemAtIndex(trackBase % 2);
+    app_->HiLoCo().SetStates(high, !high);
+  }
+
+  // Saves the controls through the save/restore window.
+  std::string SaveThroughWindow(const std::string& name) {
+    vkts3saverestore window(app_->PPDFileName, std::make_unique<AppSaveRestoreHost>(*app_), nullptr,
+                            Root() + "/Documents");
+    prompter_.paths = {Root() + "/Documents/" + name};
+    window.PrinterSettingSaveButton();
+    return Root() + "/Documents/" + name + ".plist";
+  }
+
+  QTemporaryDir root_;
+  RecordingWaits waits_;
+  ScriptedPrompter prompter_;
+  std::unique_ptr<EmulatorServer> server_;
+  std::unique_ptr<AppDelegate> app_;
+};
+
+TEST_F(PrinterSettingsRestoreTest, RestoreSendsWhatTheApplyButtonsSend) {
+  SetControls("-12", 1, 1, true);
+  const std::string file = SaveThroughWindow("backup");
+  ASSERT_TRUE(fs::exists(file));
+
+  // The reference: the apply actions with these controls, in the order the
+  // restore visits the file's keys (MagneticEncoding, Offset, SingleFeed).
+  const std::string applied = Sent([&] {
+    app_->Encoding().EncodeApplyButton();
+    app_->DeviceSettings().SendOffsetToPrinter();
+    app_->DeviceSettings().SingleFeedApplyBtn();
+  });
+  ASSERT_NE(applied.find("\x1b+O -12"), std::string::npos);
+
+  SetControls("40", 0, 2, false);
+  prompter_.prompts.clear();
+  const std::string restored = Sent([&] { app_->UpdatePrinterSettingsFromFile(file); });
+  EXPECT_EQ(restored, applied);
+
+  Ui::MainWindow& ui = app_->ui();
+  EXPECT_EQ(ui.leFrontX->text(), "-12");
+  EXPECT_EQ(ui.leBackY->text(), "-7");
+  EXPECT_EQ(ui.FeederOption->IndexOfSelectedItem(), 1);
+  EXPECT_EQ(ui.BoxT1Mode->IndexOfSelectedItem(), 1);
+  EXPECT_EQ(ui.BoxT3Mode->IndexOfSelectedItem(), 0);
+  EXPECT_EQ(ui.BoxT2Density->IndexOfSelectedItem(), 0);
+  EXPECT_TRUE(ui.rdHighCo->isChecked());
+  EXPECT_FALSE(ui.rdLowCo->isChecked());
+  // The same serial number: no question, only the apply actions' own notices.
+  for (const auto& prompt : prompter_.prompts) EXPECT_NE(prompt.header, "Restore Printer setting ");
+}
+
+TEST_F(PrinterSettingsRestoreTest, AnotherPrintersFileAsksAndCancelAppliesNothing) {
+  SetControls("5", 1, 0, false);
+  const std::string file = SaveThroughWindow("other");
+  // The same file, taken from another printer.
+  std::string xml = app_test::ReadFile(file);
+  const size_t at = xml.find("S32000001");
+  ASSERT_NE(at, std::string::npos);
+  xml.replace(at, 9, "S32999999");
+  std::ofstream(file, std::ios::trunc) << xml;
+
+  SetControls("9", 0, 2, true);
+  prompter_.prompts.clear();
+  prompter_.answers = {1};  // "Cancel"
+  EXPECT_EQ(Sent([&] { app_->UpdatePrinterSettingsFromFile(file); }), "");
+  ASSERT_EQ(prompter_.prompts.size(), 1u);
+  EXPECT_EQ(prompter_.prompts[0].header, "Restore Printer setting ");
+  EXPECT_EQ(prompter_.prompts[0].message, kOtherPrinterMessage);
+  EXPECT_EQ(prompter_.prompts[0].buttons, (std::vector<std::string>{"Ok", "Cancel"}));
+  EXPECT_EQ(app_->ui().leFrontX->text(), "9");
+  EXPECT_EQ(app_->ui().FeederOption->IndexOfSelectedItem(), 0);
+
+  prompter_.answers = {0};  // "Ok"
+  EXPECT_NE(Sent([&] { app_->UpdatePrinterSettingsFromFile(file); }), "");
+  EXPECT_EQ(app_->ui().leFrontX->text(), "5");
+}
+
+TEST_F(PrinterSettingsRestoreTest, FileWithoutOffsetSendsNoOffsetCommand) {
+  const std::string file = Root() + "/Documents/feed.plist";
+  std::ofstream(file) << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+                         "<key>Serial_no</key><string>S32000001</string>"
+                         "<key>PrinterConfig</key><dict><key>SingleFeed</key><integer>1</integer></dict>"
+                         "</dict></plist>\n";
+  SetControls("11", 0, 0, true);
+  app_->ui().FeederOption->SelectItemAtIndex(1);
+  const std::string feedOnly = Sent([&] { app_->DeviceSettings().SingleFeedApplyBtn(); });
+  app_->ui().FeederOption->SelectItemAtIndex(0);
+  const std::string restored = Sent([&] { app_->UpdatePrinterSettingsFromFile(file); });
+  EXPECT_EQ(restored, feedOnly);
+  EXPECT_EQ(restored.find("\x1b+O"), std::string::npos);
+  EXPECT_EQ(app_->ui().leFrontX->text(), "11");
+  EXPECT_EQ(app_->ui().FeederOption->IndexOfSelectedItem(), 1);
+}
+
+TEST_F(PrinterSettingsRestoreTest, FilesWithoutSerialNumberOrUnreadableAreIgnored) {
+  const std::string noSerial = Root() + "/Documents/noserial.plist";
+  const std::string junk = Root() + "/Documents/junk.plist";
+  std::ofstream(noSerial) << "<plist version=\"1.0\"><dict><key>PrinterConfig</key><dict>"
+                             "<key>SingleFeed</key><integer>1</integer></dict></dict></plist>";
+  std::ofstream(junk) << "not a plist";
+  for (const std::string& path : {noSerial, junk, Root() + "/Documents/missing.plist", std::string()}) {
+    EXPECT_EQ(Sent([&] { app_->UpdatePrinterSettingsFromFile(path); }), "") << path;
+  }
+  EXPECT_TRUE(prompter_.prompts.empty());
+}
+
+}  // namespace

@@ -12,6 +12,7 @@
 #include "JobLog.h"
 #include "QtPrompter.h"
 #include "QtWaits.h"
+#include "UnattendedPrompter.h"
 #include "vkts3saverestore.h"
 
 namespace {
@@ -46,7 +47,10 @@ int main(int argc, char** argv) {
 
   QtWaits waits;
   Waits::Install(&waits);
-  QtPrompter prompter;
+  QtPrompter qtPrompter;
+  // A picture taken by a script must not wait for a person to answer an alert.
+  UnattendedPrompter unattended;
+  Prompter& prompter = parser.isSet(screenshot) ? static_cast<Prompter&>(unattended) : qtPrompter;
 
   AppDelegate::Seams seams;
   seams.queue = parser.value(queue).toStdString();
@@ -61,7 +65,7 @@ int main(int argc, char** argv) {
   };
   AppDelegate delegate(prompter, std::move(seams));
   mainWindow = &delegate;
-  prompter.SetParent(delegate.window());
+  qtPrompter.SetParent(delegate.window());
 
   int status = 0;
   bool started = false;

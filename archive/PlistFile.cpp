@@ -38,6 +38,37 @@ int LeadingNumber(const std::string& text) {
   return Saturate(value);
 }
 
+// True when no container of the tree lies deeper than `limit`. Walks with
+// its own stack: a hostile file nests tens of thousands of levels, and the
+// C++ wrappers recurse once per level.
+bool NestingWithin(plist_t root, int limit) {
+  std::vector<std::pair<plist_t, int>> pending{{root, 1}};
+  while (!pending.empty()) {
+    auto [node, depth] = pending.back();
+    pending.pop_back();
+    plist_type type = plist_get_node_type(node);
+    if (type != PLIST_ARRAY && type != PLIST_DICT) continue;
+    if (depth > limit) return false;
+    if (type == PLIST_ARRAY) {
+      uint32_t size = plist_array_get_size(node);
+      for (uint32_t i = 0; i < size; ++i) pending.emplace_back(plist_array_get_item(node, i), depth + 1);
+    } else {
+      plist_dict_iter iter = nullptr;
+      plist_dict_new_iter(node, &iter);
+      for (;;) {
+        char* key = nullptr;
+        plist_t value = nullptr;
+        plist_dict_next_item(node, iter, &key, &value);
+        std::free(key);
+        if (!value) break;
+        pending.emplace_back(value, depth + 1);
+      }
+      std::free(iter);
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 std::unique_ptr<PList::Dictionary> ReadDictionary(const std::string& path, std::string& error) {
@@ -76,6 +107,10 @@ std::unique_ptr<PList::Dictionary> ReadDictionary(const std::string& path, std::
   }
   if (plist_get_node_type(root.get()) != PLIST_DICT) {
     error = "The file " + path + " does not hold a dictionary of settings.";
+    return nullptr;
+  }
+  if (!NestingWithin(root.get(), kMaxNesting)) {
+    error = "The file " + path + " nests its values too deeply to be a settings file.";
     return nullptr;
   }
   // The wrapper owns the tree from here on.

@@ -15,6 +15,8 @@ namespace plist_file {
 // Files larger than this are refused unread: a settings archive is a few
 // hundred bytes, and the reader must not be made to swallow a huge file.
 constexpr std::uintmax_t kMaxFileSize = 1024 * 1024;
+// Deepest nesting of containers accepted; the archives need four levels.
+constexpr int kMaxNesting = 16;
 
 // The root dictionary of the property list at `path`, or null with a reason
 // in `error` ("... is larger than 1 MiB", "... is not a property list", ...).

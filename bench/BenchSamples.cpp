@@ -31,7 +31,7 @@ void BenchSamples::Add(Clock::time_point start, Clock::time_point end) {
 
 void BenchSamples::Note(const std::string& key, double value) {
   char text[64];
-  std::snprintf(text, sizeof text, "%.6g", value);
+  std::snprintf(text, sizeof text, "%.17g", value);
   notes_.emplace_back(key, text);
 }
 
@@ -55,7 +55,12 @@ void BenchSamples::Print() const {
   char median[48];
   std::snprintf(median, sizeof median, "],\"median_ms\":%.4f", Median());
   line += median;
-  for (const auto& [key, value] : notes_) line += "," + JsonString(key) + ":" + value;
+  for (const auto& [key, value] : notes_) {
+    line += ',';
+    line += JsonString(key);
+    line += ':';
+    line += value;
+  }
   line += "}\n";
   std::fputs(line.c_str(), stdout);
   std::fflush(stdout);

@@ -2,6 +2,7 @@
 // CUPS queues (PrinterLauncher::ListAvailablePrinter) in the running
 // scheduler. Needs a Qt platform; scripts/bench runs it offscreen.
 #include <QApplication>
+#include <cstdlib>
 
 #include "BenchSamples.h"
 #include "PrinterLauncher.h"

@@ -2,6 +2,8 @@
 #include "PlainPrinterSocket.h"
 
 #include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -23,7 +25,7 @@ bool PlainPrinterSocket::SplitDeviceUri(const std::string& uri, std::string* hos
   return !host->empty() && *port > 0;
 }
 
-bool PlainPrinterSocket::Connect(const std::string& host, int port) {
+bool PlainPrinterSocket::Connect(const std::string& host, int port, bool noDelay) {
   Close();
   addrinfo hints{};
   hints.ai_family = AF_UNSPEC;
@@ -40,6 +42,10 @@ bool PlainPrinterSocket::Connect(const std::string& host, int port) {
     }
   }
   freeaddrinfo(found);
+  if (fd_ >= 0 && noDelay) {
+    int on = 1;
+    setsockopt(fd_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  }
   return fd_ >= 0;
 }
 

@@ -16,7 +16,10 @@ class PlainPrinterSocket {
   // Host and port from a "vkt3socket://host:port/..." device URI.
   static bool SplitDeviceUri(const std::string& uri, std::string* host, int* port);
 
-  bool Connect(const std::string& host, int port);
+  // `noDelay` turns Nagle's algorithm off (TCP_NODELAY), as libcups'
+  // httpAddrConnect does for the tool: without it a query written as two
+  // small sends waits for the printer's delayed ACK (about 40 ms) each time.
+  bool Connect(const std::string& host, int port, bool noDelay = true);
   // Writes every byte (looping over short writes); false on an error.
   bool WriteAll(const char* data, size_t length);
   bool WriteAll(const std::string& bytes) { return WriteAll(bytes.data(), bytes.size()); }

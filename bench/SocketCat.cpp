@@ -17,11 +17,12 @@ int main(int argc, char** argv) {
   }
   BenchSamples samples;
   auto start = BenchSamples::Clock::now();
+  samples.Note("start_s", std::chrono::duration<double>(start.time_since_epoch()).count());
   long long sent = 0;
   {
     PlainPrinterSocket printer;
     int fd = open(argv[3], O_RDONLY);
-    if (fd < 0 || !printer.Connect(argv[1], std::atoi(argv[2]))) {
+    if (fd < 0 || !printer.Connect(argv[1], std::atoi(argv[2]), false)) {
       std::fprintf(stderr, "cannot open %s or connect to %s:%s\n", argv[3], argv[1], argv[2]);
       if (fd >= 0) close(fd);
       return 1;

@@ -7,20 +7,27 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 
 #include "PlainPrinterSocket.h"
+#include "QueueDeviceUri.h"
 
+// libcups marks its PPD calls deprecated; start-up reads the PPD with them all the same.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 namespace {
+
+struct PpdCloser {
+  void operator()(ppd_file_t* ppd) const { ppdClose(ppd); }
+};
 
 const std::string kReplyRequest = "\x1b" "E 2\r";
 
 // The queries start-up sends after the handshake, in its order: the printer
 // information, the encoder settings, the feeder mode and the four offsets.
 const char* const kStartupQueries[] = {
-    "%SERIE", "V", "!V 15", "!RIBBON", "!NL", "!RIBLEN", "&V", "ATM 1 1", "!OFX", "!OFY", "!OBX", "!OBY",
+    "%SERIE", "V", "!V 15", "!RIBBON", "!NL", "!RIBLEN", "&V", "ATM 1 1", "+O", "+OY", "+OB", "+OYB",
 };
 
 // The PPD defaults and choices start-up shows on the card-setup tab.
@@ -35,12 +42,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const char* queue = argv[1];
-  cups_dest_t* dests = nullptr;
-  int count = cupsGetDests(&dests);
-  cups_dest_t* dest = cupsGetDest(queue, nullptr, count, dests);
-  const char* uri = dest ? cupsGetOption("device-uri", dest->num_options, dest->options) : nullptr;
-  std::string deviceUri = uri ? uri : "";
-  cupsFreeDests(count, dests);
+  const std::string deviceUri = QueueDeviceUri(queue);
   std::string host;
   int port = 0;
   if (!PlainPrinterSocket::SplitDeviceUri(deviceUri, &host, &port)) {
@@ -71,18 +73,18 @@ int main(int argc, char** argv) {
 
   const char* root = std::getenv("CUPS_SERVERROOT");
   std::string path = std::string(root ? root : "/etc/cups") + "/ppd/" + queue + ".ppd";
-  ppd_file_t* ppd = ppdOpenFile(path.c_str());
+  std::unique_ptr<ppd_file_t, PpdCloser> ppd(ppdOpenFile(path.c_str()));
   int options = 0;
   if (ppd) {
     std::string model = ppd->pcfilename ? ppd->pcfilename : "";
     model = model.substr(0, model.find('.'));
     for (const char* suffix : kOptionSuffixes) {
-      if (ppd_option_t* option = ppdFindOption(ppd, (model + suffix).c_str())) options += option->num_choices > 0;
+      ppd_option_t* option = ppdFindOption(ppd.get(), (model + suffix).c_str());
+      if (option && option->num_choices > 0) ++options;
     }
     for (const char* name : {"FrontX", "FrontY", "BackX", "BackY", "PrinterSerialNo", "PrinterIPAddress"}) {
-      (void)ppdFindAttr(ppd, name, nullptr);
+      (void)ppdFindAttr(ppd.get(), name, nullptr);
     }
-    ppdClose(ppd);
   }
   std::printf("answers %d, options %d\n", answered, options);
   return answered > 0 && options > 0 ? 0 : 1;

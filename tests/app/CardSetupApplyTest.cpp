@@ -70,6 +70,12 @@ class CardSetupApply : public ::testing::Test {
     return server_->Port();
   }
 
+  // The whole installed PPD against the expected text.
+  void ExpectPpd(const std::string& expected) const {
+    const std::string actual = app_test::ReadFile(ppdPath_);
+    EXPECT_TRUE(actual == expected) << card_setup_test::FirstDifference(actual, expected);
+  }
+
   size_t ServiceRequests() const {
     std::string log = app_test::ReadFile(vkt_sandbox::Base() + "/log/ppd-service.log");
     return static_cast<size_t>(std::count(log.begin(), log.end(), '\n'));
@@ -122,13 +128,13 @@ TEST_F(CardSetupApply, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
   edits.push_back({"*FrontX: 0", "*FrontX: 12"});
   edits.push_back({"*BackY: 0", "*BackY: -4"});
   const std::string expected = Edited(original_, edits);
-  EXPECT_EQ(app_test::ReadFile(ppdPath_), expected);
+  ExpectPpd(expected);
 
   // Nothing differs from the file any more: no request, no change, no message.
   const size_t requests = ServiceRequests();
   app_->CardSetup().SaveSettings();
   EXPECT_EQ(ServiceRequests(), requests);
-  EXPECT_EQ(app_test::ReadFile(ppdPath_), expected);
+  ExpectPpd(expected);
   EXPECT_TRUE(prompter_.prompts.empty());
   EXPECT_FALSE(ui.ApplySettingsBtn->isEnabled());
 
@@ -151,7 +157,7 @@ TEST_F(CardSetupApply, StoredTextWithCombinationFourteenIsSavedBackAsThree) {
   ASSERT_EQ(ui.MonoChromeConv->IndexOfSelectedItem(), 1);
   app_->CardSetup().SaveSettings();
   EXPECT_TRUE(prompter_.prompts.empty());
-  EXPECT_EQ(app_test::ReadFile(ppdPath_), Edited(stored, Identity()));
+  ExpectPpd(Edited(stored, Identity()));
 }
 
 TEST_F(CardSetupApply, StoredKdOCombinationIsSavedWithMonochromeFive) {
@@ -169,7 +175,7 @@ TEST_F(CardSetupApply, StoredKdOCombinationIsSavedWithMonochromeFive) {
   ASSERT_EQ(Items(ui.MonoChromeConv), QStringList{"None"});
   app_->CardSetup().SaveSettings();
   EXPECT_TRUE(prompter_.prompts.empty());
-  EXPECT_EQ(app_test::ReadFile(ppdPath_), Edited(stored, Identity()));
+  ExpectPpd(Edited(stored, Identity()));
 }
 
 TEST_F(CardSetupApply, CloseWithoutApplyStoresTheChangedRibbon) {
@@ -181,8 +187,7 @@ TEST_F(CardSetupApply, CloseWithoutApplyStoresTheChangedRibbon) {
   EXPECT_EQ(quits_, 1);
   EXPECT_EQ(app_->objDev(), nullptr);
   EXPECT_GT(ServiceRequests(), requests);
-  EXPECT_EQ(app_test::ReadFile(ppdPath_),
-            Edited(original_, {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"}}));
+  ExpectPpd(Edited(original_, {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"}}));
 }
 
 }  // namespace

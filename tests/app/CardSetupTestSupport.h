@@ -34,6 +34,17 @@ inline std::string Edited(std::string text, const Edits& edits) {
   return text;
 }
 
+// The first line where two PPD texts part, for a readable failure message.
+inline std::string FirstDifference(const std::string& actual, const std::string& expected) {
+  size_t at = 0;
+  while (at < actual.size() && at < expected.size() && actual[at] == expected[at]) ++at;
+  const size_t start = actual.rfind('\n', at == 0 ? 0 : at - 1);
+  const size_t from = start == std::string::npos ? 0 : start + 1;
+  const auto line = [from](const std::string& text) { return text.substr(from, text.find('\n', from) - from); };
+  return "first difference at byte " + std::to_string(at) + ": got \"" + line(actual) + "\", expected \"" +
+         line(expected) + "\"";
+}
+
 // The driver's display texts of the monochrome ribbons, as the monochrome
 // names of the ribbon-change check spell them, so that a chosen monochrome
 // ribbon maps back to its PPD index.

@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "AppTestSupport.h"
 #include "EncodingController.h"
@@ -46,6 +47,7 @@ class EncodingTest : public ::testing::Test {
   // runs start-up against it; the prompts of start-up are forgotten.
   void Start(const std::string& extra = {}) {
     app_.reset();
+    syncs_.clear();
     server_ = std::make_unique<EmulatorServer>(app_test::LoadProfile("VKTS32", extra));
     ASSERT_TRUE(server_->Start()) << "the emulator could not start";
     std::filesystem::copy_file(app_test::FixturePpd("VKTS32.ppd"),
@@ -84,10 +86,12 @@ class EncodingTest : public ::testing::Test {
   // Every byte the printer received since the mark.
   std::string SentSinceMark() {
     Sync();
-    std::string sent = server_->Engine().Transcript().substr(mark_);
-    EXPECT_TRUE(sent.ends_with(kSync)) << "the printer did not answer the test's own reply request";
-    if (sent.ends_with(kSync)) sent.resize(sent.size() - kSync.size());
-    return sent;
+    std::string transcript = server_->Engine().Transcript();
+    // Take the test's own reply requests out again, last first.
+    for (auto at = syncs_.rbegin(); at != syncs_.rend(); ++at) {
+      if (*at >= mark_) transcript.erase(*at, kSync.size());
+    }
+    return transcript.substr(mark_);
   }
 
   // The user clicks a check box on its box.
@@ -107,6 +111,9 @@ class EncodingTest : public ::testing::Test {
     ASSERT_NE(dev, nullptr);
     dev->WriteToPrinter(kSync.data(), static_cast<int>(kSync.size()));
     ASSERT_TRUE(dev->ReadFromPrinter().has_value()) << "no answer to the test's own reply request";
+    const std::string transcript = server_->Engine().Transcript();
+    ASSERT_TRUE(transcript.ends_with(kSync));
+    syncs_.push_back(transcript.size() - kSync.size());
   }
 
   QLineEdit* Track(int n) { return n == 1 ? ui().leTrack1 : n == 2 ? ui().leTrack2 : ui().leTrack3; }
@@ -119,6 +126,7 @@ class EncodingTest : public ::testing::Test {
   std::unique_ptr<EmulatorServer> server_;
   std::unique_ptr<AppDelegate> app_;
   size_t mark_ = 0;
+  std::vector<size_t> syncs_;  // where the test's own reply requests sit in the transcript
   static constexpr std::string_view kSync{"\x1b" "E 2\r"};
 };
 

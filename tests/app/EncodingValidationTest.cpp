@@ -69,17 +69,6 @@ TEST_F(EncodingValidationTest, ARefusedCharacterCutsTheTextThere) {
   EXPECT_EQ(prompter_.prompts.size(), 2u);
 }
 
-TEST_F(EncodingValidationTest, Track1FormatTakesItsPunctuation) {
-  QLineEdit* field = TickedTrack(1);
-  Type(field, "A $'()./^*+Z09");
-  EXPECT_EQ(field->text(), "A $'()./^*+Z09");
-  for (const char* refused : {"%", "?", "=", "-"}) {
-    Type(field, refused);
-    EXPECT_EQ(field->text(), "A $'()./^*+Z09") << refused;
-  }
-  EXPECT_EQ(prompter_.prompts.size(), 4u);
-}
-
 TEST_F(EncodingValidationTest, Track2Takes37DigitsAndEqualsSigns) {
   QLineEdit* field = TickedTrack(2);
   Type(field, "1234=5678");

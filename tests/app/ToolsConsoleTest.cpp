@@ -129,8 +129,12 @@ TEST_F(ToolsConsoleTest, ResetSendsNoReplyRequestAndReconnectsAfterTheWaits) {
   app_->ui().PrintStatus->setText("earlier");
   const int connectionsBefore = server_->ConnectionCount();
   std::string statusDuringNotice;
+  int handlesDuringNotice = -1;
+  bool sleptBeforeNotice = true;
   prompter_.onPrompt = [&](const Prompter::Prompt&) {
     statusDuringNotice = Status();
+    handlesDuringNotice = wire_->handlesOpened;
+    sleptBeforeNotice = Waited(Kind::kSleep, 8s);
     // Twenty seconds of notice in the product: time enough for the printer to come back.
     WaitForEmulatorReset();
   };
@@ -144,8 +148,10 @@ TEST_F(ToolsConsoleTest, ResetSendsNoReplyRequestAndReconnectsAfterTheWaits) {
   EXPECT_TRUE(notice.buttons.empty());
   EXPECT_EQ(notice.timeoutSeconds, 20);
   EXPECT_EQ(statusDuringNotice, "");
-  EXPECT_TRUE(Waited(Kind::kSleep, 8s));
-  EXPECT_GE(wire_->handlesOpened, 1);
+  EXPECT_FALSE(sleptBeforeNotice);
+  EXPECT_TRUE(Waited(Kind::kSleep, 8s));  // after the notice, before the new connection
+  EXPECT_EQ(handlesDuringNotice, 0);
+  EXPECT_EQ(wire_->handlesOpened, 1);  // one new connection, after the notice
 
   // The session works again on a new connection.
   EXPECT_EQ(app_->objDev()->GetFeederStatus(), 2);

@@ -133,8 +133,10 @@ TEST_F(ToolsFirmwareTest, DownloadStreamsTheFileInBlocksAndReconnectsAfterTheRes
     }
   };
   std::vector<RecordingWaits::Entry> waitsBeforeNotice;
+  int handlesDuringNotice = -1;
   prompter_.onPrompt = [&](const Prompter::Prompt&) {
     waitsBeforeNotice = waits_.entries;
+    handlesDuringNotice = wire_->handlesOpened;
     WaitForEmulatorReset();  // twenty seconds of notice in the product
   };
   const int connectionsBefore = server_->ConnectionCount();
@@ -176,7 +178,8 @@ TEST_F(ToolsFirmwareTest, DownloadStreamsTheFileInBlocksAndReconnectsAfterTheRes
   bool captured = false;
   for (const auto& capture : server_->Engine().CapturedData()) captured = captured || capture == body;
   EXPECT_TRUE(captured);
-  EXPECT_GE(wire_->handlesOpened, 1);
+  EXPECT_EQ(handlesDuringNotice, 0);
+  EXPECT_EQ(wire_->handlesOpened, 1);  // one new connection, after the notice
   EXPECT_EQ(app_->objDev()->GetFeederStatus(), 1);
   EXPECT_GT(server_->ConnectionCount(), connectionsBefore);
 }

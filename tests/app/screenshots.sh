@@ -12,7 +12,7 @@ status=0
 for queue in Card VKTS31Socket VKTS1Socket VKTS3CSocket; do
   file="$out/$queue.png"
   rm -f "$file"
-  HOME=$(mktemp -d) xvfb-run -a -s "-screen 0 1024x768x24" "$program" --queue "$queue" --screenshot "$file" || status=1
+  HOME=$(mktemp -d) timeout 90 xvfb-run -a -s "-screen 0 1024x768x24" "$program" --queue "$queue" --screenshot "$file" || status=1
   if [ ! -s "$file" ]; then
     echo "no screenshot for $queue" >&2
     status=1

@@ -268,7 +268,18 @@ TEST(ArchiveFiles, HostileFilesAreRefusedWithAReason) {
   ScratchDir dir;
   const std::string big = "<?xml version=\"1.0\"?><plist><dict><key>VKTS3PrinterConfig</key><dict><key>x</key><string>" +
                           std::string(plist_file::kMaxFileSize, 'a') + "</string></dict></dict></plist>";
+  auto nested = [](int levels) {
+    std::string open, close;
+    for (int i = 0; i < levels; ++i) {
+      open += "<array>";
+      close += "</array>";
+    }
+    return "<plist><dict><key>VKTS3PrinterConfig</key>" + open + close + "</dict></plist>";
+  };
   const Refusal cases[] = {
+      {"deep", nested(20000), "nests its values too deeply"},
+      {"seventeen", nested(16), "nests its values too deeply"},
+      {"sixteen", nested(15), "not as a dictionary"},
       {"empty", "", "is not a property list"},
       {"text", "Rotate180 = 3\n", "is not a property list"},
       {"broken", "<?xml version=\"1.0\"?><plist><dict><key>VKTS3PrinterConfig</key><dict>", "is not a property list"},

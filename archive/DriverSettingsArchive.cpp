@@ -29,7 +29,7 @@ bool HasControlCharacter(const std::string& text) {
   return false;
 }
 
-std::string Describe(const PList::Node* node) {
+std::string Describe(plist_t node) {
   if (std::optional<std::string> text = plist_file::TextValue(node)) return *text;
   return "(not a value)";
 }
@@ -59,46 +59,42 @@ bool Write(const DriverSettings& settings, const std::string& path, std::string&
 }
 
 std::optional<DriverSettingsFile> Read(const std::string& path, std::string& error) {
-  std::unique_ptr<PList::Dictionary> root = plist_file::ReadDictionary(path, error);
+  plist_file::PlistTree root = plist_file::ReadDictionary(path, error);
   if (!root) return std::nullopt;
-  const PList::Node* node = plist_file::Find(*root, "VKTS3PrinterConfig");
-  const PList::Dictionary* config = plist_file::AsDictionary(node);
-  if (!config) {
-    error = node ? "The file " + path + " holds \"VKTS3PrinterConfig\", but not as a dictionary of settings."
-                 : "The file " + path + " holds no driver settings (\"VKTS3PrinterConfig\" is missing).";
+  plist_t config = plist_file::Find(root.get(), "VKTS3PrinterConfig");
+  if (!plist_file::IsDictionary(config)) {
+    error = config ? "The file " + path + " holds \"VKTS3PrinterConfig\", but not as a dictionary of settings."
+                   : "The file " + path + " holds no driver settings (\"VKTS3PrinterConfig\" is missing).";
     return std::nullopt;
   }
   DriverSettingsFile file;
-  for (auto it = config->Begin(); it != config->End(); ++it) {
-    const std::string& key = it->first;
-    const PList::Node* value = it->second;
+  plist_file::ForEach(config, [&](const std::string& key, plist_t value) {
     VktLog("Value is %s", Describe(value).c_str());
     std::optional<int> number = plist_file::IntegerValue(value);
-    bool known = false;
     for (const auto& [flagKey, index] : kFlagKeys) {
       if (key != flagKey) continue;
-      known = true;
       if (number) file.JobLog.Flag(index) = *number;
+      return;
     }
     for (const auto& [textKey, index] : kTextKeys) {
       if (key != textKey) continue;
-      known = true;
       // Only real texts, and only one line of them: the text becomes part of
       // a PPD line, and a line break would smuggle in lines of its own.
-      if (value->GetType() != PLIST_STRING) continue;
+      if (!plist_file::IsString(value)) return;
       std::optional<std::string> text = plist_file::TextValue(value);
       if (HasControlCharacter(*text)) {
         VktLog("Ignoring %s: it holds a control character", key.c_str());
-        continue;
+        return;
       }
       file.JobLog.Text(index) = std::move(text);
+      return;
     }
-    if (known || !number) continue;
+    if (!number) return;
     if (key == "Rotate180") file.Rotate180 = *number;
     else if (key == "Mono_Conversion") file.MonoConversion = *number;
     else if (key == "Printing_Mode") file.PrintingMode = *number;
     else if (key == "Print_on_both_sides") file.PrintOnBothSides = *number;
-  }
+  });
   return file;
 }
 

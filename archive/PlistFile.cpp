@@ -19,11 +19,6 @@ namespace plist_file {
 
 namespace {
 
-struct PlistFree {
-  void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistHandle = std::unique_ptr<void, PlistFree>;
-
 int Saturate(long long value) {
   if (value > INT_MAX) return INT_MAX;
   if (value < INT_MIN) return INT_MIN;
@@ -71,7 +66,7 @@ bool NestingWithin(plist_t root, int limit) {
 
 }  // namespace
 
-std::unique_ptr<PList::Dictionary> ReadDictionary(const std::string& path, std::string& error) {
+PlistTree ReadDictionary(const std::string& path, std::string& error) {
   namespace fs = std::filesystem;
   std::error_code ec;
   if (!fs::is_regular_file(path, ec)) {
@@ -100,7 +95,7 @@ std::unique_ptr<PList::Dictionary> ReadDictionary(const std::string& path, std::
   }
   plist_t raw = nullptr;
   if (!bytes.empty()) plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &raw);
-  PlistHandle root(raw);
+  PlistTree root(raw);
   if (!root) {
     error = "The file " + path + " is not a property list.";
     return nullptr;
@@ -113,8 +108,7 @@ std::unique_ptr<PList::Dictionary> ReadDictionary(const std::string& path, std::
     error = "The file " + path + " nests its values too deeply to be a settings file.";
     return nullptr;
   }
-  // The wrapper owns the tree from here on.
-  return std::make_unique<PList::Dictionary>(root.release());
+  return root;
 }
 
 std::string ToXml(const PList::Dictionary& root) { return root.ToXml(); }
@@ -159,55 +153,89 @@ bool WriteAtomically(const std::string& path, const std::string& data, std::stri
   return ok;
 }
 
-const PList::Node* Find(const PList::Dictionary& dict, const std::string& key) {
-  auto it = dict.Find(key);
-  return it == dict.End() ? nullptr : it->second;
+plist_t Find(plist_t dict, const std::string& key) {
+  if (!IsDictionary(dict)) return nullptr;
+  return plist_dict_get_item(dict, key.c_str());
 }
 
-std::optional<int> IntegerValue(const PList::Node* node) {
+void ForEach(plist_t dict, const std::function<void(const std::string& key, plist_t value)>& visit) {
+  if (!IsDictionary(dict)) return;
+  plist_dict_iter iter = nullptr;
+  plist_dict_new_iter(dict, &iter);
+  for (;;) {
+    char* key = nullptr;
+    plist_t value = nullptr;
+    plist_dict_next_item(dict, iter, &key, &value);
+    if (!value) {
+      std::free(key);
+      break;
+    }
+    std::string name = key ? key : "";
+    std::free(key);
+    visit(name, value);
+  }
+  std::free(iter);
+}
+
+uint32_t Size(plist_t dict) { return IsDictionary(dict) ? plist_dict_get_size(dict) : 0; }
+
+std::optional<int> IntegerValue(plist_t node) {
   if (!node) return std::nullopt;
-  switch (node->GetType()) {
-    case PLIST_UINT:
+  switch (plist_get_node_type(node)) {
+    case PLIST_UINT: {
       // libplist hands out the 64 bits unsigned; the files hold signed values.
-      return Saturate(static_cast<long long>(static_cast<const PList::Integer*>(node)->GetValue()));
+      uint64_t value = 0;
+      plist_get_uint_val(node, &value);
+      return Saturate(static_cast<long long>(value));
+    }
     case PLIST_REAL: {
-      double value = static_cast<const PList::Real*>(node)->GetValue();
+      double value = 0;
+      plist_get_real_val(node, &value);
       if (!(value == value)) return 0;  // NaN
       if (value >= static_cast<double>(INT_MAX)) return INT_MAX;
       if (value <= static_cast<double>(INT_MIN)) return INT_MIN;
       return static_cast<int>(value);
     }
-    case PLIST_BOOLEAN:
-      return static_cast<const PList::Boolean*>(node)->GetValue() ? 1 : 0;
-    case PLIST_STRING:
-      return LeadingNumber(static_cast<const PList::String*>(node)->GetValue());
-    default:
-      return std::nullopt;
-  }
-}
-
-std::optional<std::string> TextValue(const PList::Node* node) {
-  if (!node) return std::nullopt;
-  switch (node->GetType()) {
-    case PLIST_STRING:
-      return static_cast<const PList::String*>(node)->GetValue();
-    case PLIST_UINT:
-      return std::to_string(static_cast<long long>(static_cast<const PList::Integer*>(node)->GetValue()));
-    case PLIST_REAL: {
-      char text[64];
-      std::snprintf(text, sizeof text, "%g", static_cast<const PList::Real*>(node)->GetValue());
-      return std::string(text);
+    case PLIST_BOOLEAN: {
+      uint8_t value = 0;
+      plist_get_bool_val(node, &value);
+      return value ? 1 : 0;
     }
-    case PLIST_BOOLEAN:
-      return static_cast<const PList::Boolean*>(node)->GetValue() ? "1" : "0";
+    case PLIST_STRING:
+      return LeadingNumber(*TextValue(node));
     default:
       return std::nullopt;
   }
 }
 
-const PList::Dictionary* AsDictionary(const PList::Node* node) {
-  if (!node || node->GetType() != PLIST_DICT) return nullptr;
-  return static_cast<const PList::Dictionary*>(node);
+std::optional<std::string> TextValue(plist_t node) {
+  if (!node) return std::nullopt;
+  switch (plist_get_node_type(node)) {
+    case PLIST_STRING: {
+      char* value = nullptr;
+      plist_get_string_val(node, &value);
+      std::string text = value ? value : "";
+      std::free(value);
+      return text;
+    }
+    case PLIST_UINT:
+    case PLIST_REAL:
+    case PLIST_BOOLEAN: {
+      if (plist_get_node_type(node) == PLIST_REAL) {
+        double value = 0;
+        plist_get_real_val(node, &value);
+        char text[64];
+        std::snprintf(text, sizeof text, "%g", value);
+        return std::string(text);
+      }
+      return std::to_string(*IntegerValue(node));
+    }
+    default:
+      return std::nullopt;
+  }
 }
+
+bool IsDictionary(plist_t node) { return node && plist_get_node_type(node) == PLIST_DICT; }
+bool IsString(plist_t node) { return node && plist_get_node_type(node) == PLIST_STRING; }
 
 }  // namespace plist_file

@@ -6,6 +6,7 @@
 #include <plist/plist++.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,9 +19,18 @@ constexpr std::uintmax_t kMaxFileSize = 1024 * 1024;
 // Deepest nesting of containers accepted; the archives need four levels.
 constexpr int kMaxNesting = 16;
 
-// The root dictionary of the property list at `path`, or null with a reason
-// in `error` ("... is larger than 1 MiB", "... is not a property list", ...).
-std::unique_ptr<PList::Dictionary> ReadDictionary(const std::string& path, std::string& error);
+// An owned tree of the C library. The reader walks it with the C calls: the
+// C++ wrappers of libplist 2.2 leak the children of arrays and recurse once
+// per level of nesting.
+struct PlistFree {
+  void operator()(plist_t node) const { plist_free(node); }
+};
+using PlistTree = std::unique_ptr<void, PlistFree>;
+
+// The property list at `path` when its root is a dictionary, or null with a
+// reason in `error` ("... is larger than 1 MiB", "... is not a property
+// list", ...).
+PlistTree ReadDictionary(const std::string& path, std::string& error);
 
 // The XML form of `root`.
 std::string ToXml(const PList::Dictionary& root);
@@ -30,20 +40,28 @@ std::string ToXml(const PList::Dictionary& root);
 // an existing file at `path` is then left as it was.
 bool WriteAtomically(const std::string& path, const std::string& data, std::string& error);
 
-// The entry `key` of `dict`, or null. Never inserts (operator[] would).
-const PList::Node* Find(const PList::Dictionary& dict, const std::string& key);
+// The entry `key` of the dictionary `dict`, or null.
+plist_t Find(plist_t dict, const std::string& key);
+
+// Calls `visit` with each key and value of the dictionary `dict`, in the
+// file's order.
+void ForEach(plist_t dict, const std::function<void(const std::string& key, plist_t value)>& visit);
+
+// Number of entries of the dictionary `dict`.
+uint32_t Size(plist_t dict);
 
 // The integer value of a node, as a number or text of the file reads: integers
 // (negative ones included), reals truncated, booleans 0/1, texts by their
 // leading decimal number (0 when there is none). Null for containers, data
 // and dates, which have no integer value. Saturates at the int range.
-std::optional<int> IntegerValue(const PList::Node* node);
+std::optional<int> IntegerValue(plist_t node);
 
 // The text of a string node; numbers and booleans as their decimal text. Null
 // for containers, data and dates.
-std::optional<std::string> TextValue(const PList::Node* node);
+std::optional<std::string> TextValue(plist_t node);
 
-// A dictionary node, or null.
-const PList::Dictionary* AsDictionary(const PList::Node* node);
+// True for a dictionary node.
+bool IsDictionary(plist_t node);
+bool IsString(plist_t node);
 
 }  // namespace plist_file

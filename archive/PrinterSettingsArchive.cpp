@@ -11,7 +11,7 @@ namespace {
 
 PList::Integer IntegerNode(int value) { return PList::Integer(static_cast<uint64_t>(static_cast<int64_t>(value))); }
 
-OffsetEntry ReadOffset(const PList::Dictionary& offset) {
+OffsetEntry ReadOffset(plist_t offset) {
   OffsetEntry entry;
   entry.FrontX = plist_file::TextValue(plist_file::Find(offset, "Front_X_Offset"));
   entry.FrontY = plist_file::TextValue(plist_file::Find(offset, "Front_Y_Offset"));
@@ -20,23 +20,21 @@ OffsetEntry ReadOffset(const PList::Dictionary& offset) {
   return entry;
 }
 
-MagneticEncodingEntry ReadMagneticEncoding(const PList::Dictionary& encoding) {
+MagneticEncodingEntry ReadMagneticEncoding(plist_t encoding) {
   MagneticEncodingEntry entry;
-  for (auto it = encoding.Begin(); it != encoding.End(); ++it) {
-    const std::string& key = it->first;
+  plist_file::ForEach(encoding, [&](const std::string& key, plist_t value) {
     if (key == "Track1" || key == "Track2" || key == "Track3") {
-      const PList::Dictionary* track = plist_file::AsDictionary(it->second);
-      if (!track) continue;
+      if (!plist_file::IsDictionary(value)) return;
       TrackEntry item;
       item.Number = key.back() - '0';
-      item.Mode = plist_file::IntegerValue(plist_file::Find(*track, "Mode"));
-      item.Density = plist_file::IntegerValue(plist_file::Find(*track, "Density"));
+      item.Mode = plist_file::IntegerValue(plist_file::Find(value, "Mode"));
+      item.Density = plist_file::IntegerValue(plist_file::Find(value, "Density"));
       entry.Items.emplace_back(item);
     } else if (key == "Coercivity") {
-      std::optional<std::string> text = plist_file::TextValue(it->second);
+      std::optional<std::string> text = plist_file::TextValue(value);
       if (text) entry.Items.emplace_back(CoercivityEntry{*text});
     }
-  }
+  });
   return entry;
 }
 
@@ -79,25 +77,21 @@ bool Write(const PrinterSettings& settings, const std::string& path, std::string
 }
 
 std::optional<PrinterSettingsFile> Read(const std::string& path, std::string& error) {
-  std::unique_ptr<PList::Dictionary> root = plist_file::ReadDictionary(path, error);
+  plist_file::PlistTree root = plist_file::ReadDictionary(path, error);
   if (!root) return std::nullopt;
   PrinterSettingsFile file;
-  file.Empty = root->GetSize() == 0;
-  file.SerialNo = plist_file::TextValue(plist_file::Find(*root, "Serial_no"));
-  const PList::Dictionary* config = plist_file::AsDictionary(plist_file::Find(*root, "PrinterConfig"));
-  if (!config) return file;
-  for (auto it = config->Begin(); it != config->End(); ++it) {
-    const std::string& key = it->first;
+  file.Empty = plist_file::Size(root.get()) == 0;
+  file.SerialNo = plist_file::TextValue(plist_file::Find(root.get(), "Serial_no"));
+  // The entries are applied in the file's own order.
+  plist_file::ForEach(plist_file::Find(root.get(), "PrinterConfig"), [&](const std::string& key, plist_t value) {
     if (key == "Offset") {
-      if (const PList::Dictionary* offset = plist_file::AsDictionary(it->second)) file.PrinterConfig.emplace_back(ReadOffset(*offset));
+      if (plist_file::IsDictionary(value)) file.PrinterConfig.emplace_back(ReadOffset(value));
     } else if (key == "SingleFeed") {
-      if (std::optional<int> index = plist_file::IntegerValue(it->second)) file.PrinterConfig.emplace_back(SingleFeedEntry{*index});
+      if (std::optional<int> index = plist_file::IntegerValue(value)) file.PrinterConfig.emplace_back(SingleFeedEntry{*index});
     } else if (key == "MagneticEncoding") {
-      if (const PList::Dictionary* encoding = plist_file::AsDictionary(it->second)) {
-        file.PrinterConfig.emplace_back(ReadMagneticEncoding(*encoding));
-      }
+      if (plist_file::IsDictionary(value)) file.PrinterConfig.emplace_back(ReadMagneticEncoding(value));
     }
-  }
+  });
   return file;
 }
 

@@ -67,7 +67,7 @@ TEST_F(CardSetupOptions, CombinationsOneAndFourteenOfferTwoConversionsAndKdONone
   EXPECT_EQ(Items(ui.MonoChromeConv), QStringList{"None"});
 
   // A white monochrome ribbon preselects "Text"; the half-panel box follows the ribbon.
-  ui.TypeOfRibbon->SelectItemAtIndex(IndexOf(ui.TypeOfRibbon, "White Monochrome"));
+  ui.TypeOfRibbon->SelectItemAtIndex(IndexOf(ui.TypeOfRibbon, "Standard White Monochrome"));
   EXPECT_EQ(Items(ui.RibbonCombinatioin), QStringList{"Front K"});
   EXPECT_EQ(ui.MonoChromeConv->ObjectValueOfSelectedItem(), "Text");
   EXPECT_FALSE(ui.chBoxAutoDetect->isEnabled());
@@ -158,7 +158,7 @@ TEST_F(CardSetupOptions, RestoreDefaultsPerModelClass) {
 }
 
 TEST_F(CardSetupOptions, RestoreDefaultsPicksTheFirstMonochromeRibbonWhenTheListIsOn) {
-  auto app = Start("VKTS32", "VKTS32.ppd", card_setup_test::MonochromeNames("VKTS32"), "ribbon_code = 1");
+  auto app = Start("VKTS32", "VKTS32.ppd", {}, "ribbon_code = 1");
   auto& ui = app->ui();
   ui.TypeOfRibbon->SelectItemAtIndex(2);
   EXPECT_EQ(ui.MonoChromeConv->ObjectValueOfSelectedItem(), "Text");  // white ribbon

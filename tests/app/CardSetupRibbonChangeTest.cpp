@@ -13,7 +13,6 @@ namespace {
 
 using card_setup_test::CardSetupWindow;
 using card_setup_test::Items;
-using card_setup_test::MonochromeNames;
 
 constexpr char kHeader[] = "Orvex VKTS3S1 Printer Properties";
 
@@ -46,7 +45,7 @@ TEST_F(RibbonChange, NoRibbonShowsUnknownAndNoneBothDisabledWithOneAlert) {
 }
 
 TEST_F(RibbonChange, MonochromeWithAMonochromeDriverDefaultKeepsTheStoredChoice) {
-  auto edits = MonochromeNames("VKTS32");
+  card_setup_test::Edits edits;
   edits.push_back({"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 12Monochrome2000"});
   edits.push_back({"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"});
   edits.push_back({"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK",
@@ -66,7 +65,7 @@ TEST_F(RibbonChange, MonochromeWithAMonochromeDriverDefaultKeepsTheStoredChoice)
 
 TEST_F(RibbonChange, MonochromeOnTheSeries1ListMapsIndicesStraightOn) {
   // Index 12 lands on the second of two names; 13 falls off the list.
-  auto edits = MonochromeNames("VKTS1");
+  card_setup_test::Edits edits;
   edits.push_back({"*DefaultVKTS1RibbonName: 0YMCKO100", "*DefaultVKTS1RibbonName: 12Monochrome2000"});
   auto app = Start("VKTS1", "VKTS1.ppd", edits);
   EXPECT_TRUE(prompter_.prompts.empty());

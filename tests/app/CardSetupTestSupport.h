@@ -45,19 +45,6 @@ inline std::string FirstDifference(const std::string& actual, const std::string&
          line(expected) + "\"";
 }
 
-// The driver's display texts of the monochrome ribbons, as the monochrome
-// names of the ribbon-change check spell them, so that a chosen monochrome
-// ribbon maps back to its PPD index.
-inline Edits MonochromeNames(const std::string& prefix) {
-  return {{"*" + prefix + "RibbonName 11MonoChrome/Monochrome:", "*" + prefix + "RibbonName 11MonoChrome/Standard Monochrome:"},
-          {"*" + prefix + "RibbonName 12Monochrome2000/Monochrome 2000 Prints:",
-           "*" + prefix + "RibbonName 12Monochrome2000/High Capacity Monochrome:"},
-          {"*" + prefix + "RibbonName 13WhiteMono/White Monochrome:",
-           "*" + prefix + "RibbonName 13WhiteMono/Standard White Monochrome:"},
-          {"*" + prefix + "RibbonName 14hWhiteMonochrome/White Monochrome (High):",
-           "*" + prefix + "RibbonName 14hWhiteMonochrome/High Capacity White Monochrome:"}};
-}
-
 inline QStringList Items(const VktComboBox* list) {
   QStringList items;
   for (int i = 0; i < list->NumberOfItems(); ++i) items << list->ItemAt(i);

@@ -114,14 +114,14 @@ TEST_F(PrinterSettingsRestoreTest, RestoreSendsWhatTheApplyButtonsSend) {
   const std::string file = SaveThroughWindow("backup");
   ASSERT_TRUE(fs::exists(file));
 
-  // The reference: a user's clicks with these controls, in the order the
-  // restore visits the file's keys (MagneticEncoding, Offset, SingleFeed).
-  // Choosing a feeder mode asks the printer for its own first.
+  // The reference: a user's clicks with these controls, in the order of the
+  // file's keys (Offset, SingleFeed, MagneticEncoding). Choosing a feeder
+  // mode asks the printer for its own first.
   const std::string applied = Sent([&] {
-    app_->Encoding().EncodeApplyButton();
     app_->DeviceSettings().SendOffsetToPrinter();
     app_->ui().FeederOption->SelectItemAtIndex(1);
     app_->DeviceSettings().SingleFeedApplyBtn();
+    app_->Encoding().EncodeApplyButton();
   });
   ASSERT_NE(applied.find("\x1b+O -12"), std::string::npos);
 

@@ -96,7 +96,7 @@ TEST(Reader, RibbonDictionaryKeyedByLeadingNumber) {
   for (int i = 0; i < 19; ++i) EXPECT_EQ(ribbons->count(std::to_string(i)), 1u) << i;
   EXPECT_EQ(ribbons->at("0"), "YMCKO 100 Prints");
   EXPECT_EQ(ribbons->at("10"), "Black Resin");
-  EXPECT_EQ(ribbons->at("14"), "White Monochrome (High)");
+  EXPECT_EQ(ribbons->at("14"), "High Capacity White Monochrome");
   const auto combinations = helper.GetAllRibbonCombination();
   ASSERT_TRUE(combinations.has_value());
   ASSERT_EQ(combinations->size(), 17u);

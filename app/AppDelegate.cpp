@@ -346,7 +346,11 @@ void AppDelegate::mnuAboutClick() { ui_->tabview->setCurrentWidget(ui_->AboutTab
 QString AppDelegate::UserGuidePath() {
   QByteArray overridden = qgetenv("VKT_USER_GUIDE");
   if (!overridden.isEmpty()) return QString::fromLocal8Bit(overridden);
-  return QCoreApplication::applicationDirPath() + "/VKTS3PropertiesUserGuide.pdf";
+  // Beside the program in a build tree; under share/doc once installed.
+  const QString dir = QCoreApplication::applicationDirPath();
+  const QString besideProgram = dir + "/VKTS3PropertiesUserGuide.pdf";
+  const QString installed = dir + "/../share/doc/vkts3-properties/VKTS3PropertiesUserGuide.pdf";
+  return QFileInfo::exists(besideProgram) || !QFileInfo::exists(installed) ? besideProgram : installed;
 }
 
 void AppDelegate::mnuShowHelp() {

@@ -2,6 +2,8 @@
 // the session (write, reply request, read) and blocks the window while it runs.
 #include "ToolsController.h"
 
+#include "FilePanels.h"
+
 #include <QCoreApplication>
 #include <QLabel>
 #include <QLineEdit>
@@ -198,29 +200,7 @@ void ToolsController::ExecuteBtnClick() {
 
 // ---------------------------------------------------------------- PRN files
 
-std::string ToolsController::GetSelectedFilePath(int kind) {
-  Prompter::FilePanel panel;
-  switch (kind) {
-    case 1:
-      panel.title = "Select Firmware File";
-      panel.types = {"bin", "BIN"};
-      break;
-    case 2:
-      panel.title = "Select PRN File";
-      panel.types = {"prn", "PRN"};
-      break;
-    case 3:
-      panel.title = "Select Settings File";
-      panel.types = {"plist", "PLIST"};
-      break;
-    default:
-      break;
-  }
-  std::string path = app_.prompter().ChooseFileToOpen(panel);
-  // Lets the panel close and the window repaint before the caller goes on.
-  if (!path.empty()) Waits::Current().RunEventLoop(std::chrono::milliseconds(1000));
-  return path;
-}
+std::string ToolsController::GetSelectedFilePath(int kind) { return ::GetSelectedFilePath(app_.prompter(), kind); }
 
 void ToolsController::PRNSelectBtnClicked() {
   const std::string path = GetSelectedFilePath(2);

@@ -1,6 +1,8 @@
 // The settings-archive window.
 #include "vkts3saverestore.h"
 
+#include "FilePanels.h"
+
 #include <QCloseEvent>
 #include <QFile>
 #include <QPlainTextEdit>
@@ -68,19 +70,7 @@ std::string vkts3saverestore::SaveFile(const std::string& title) {
 }
 
 std::string vkts3saverestore::GetSelectedFilePath(Prompter& prompter, int kind, const std::string& directory) {
-  Prompter::FilePanel panel;
-  panel.directory = directory;
-  switch (kind) {
-    case 1: panel.types = {"bin", "BIN"}; break;
-    case 2: panel.types = {"prn", "PRN"}; break;
-    case 3: panel.types = {"plist", "PLIST"}; break;
-    default: break;
-  }
-  std::string path = prompter.ChooseFileToOpen(panel);
-  if (path.empty()) return path;
-  // Lets the panel close before the caller goes on with the file.
-  Waits::Current().RunEventLoop(std::chrono::milliseconds(1000));
-  return path;
+  return ::GetSelectedFilePath(prompter, kind, directory);
 }
 
 std::string vkts3saverestore::GetSelectedFilePath(int kind) {

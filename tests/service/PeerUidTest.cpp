@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <pwd.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 
@@ -126,22 +129,32 @@ TEST(RequesterPolicy, RootAlwaysOthersOnlyThroughTheGroup) {
 }
 
 TEST(RequesterPolicy, SupplementaryGroupsCount) {
-  // The first account listed as a supplementary member of a group that is
-  // not its primary group.
-  std::ifstream groups("/etc/group");
-  std::string line;
-  while (std::getline(groups, line)) {
-    std::vector<std::string> f;
-    std::stringstream fields(line);
-    for (std::string part; std::getline(fields, part, ':');) f.push_back(part);
-    if (f.size() < 4 || f[3].empty()) continue;
-    std::string member = f[3].substr(0, f[3].find(','));
-    passwd* user = ::getpwnam(member.c_str());
-    if (!user || user->pw_uid == 0 || user->pw_gid == static_cast<gid_t>(std::stoul(f[2]))) continue;
-    EXPECT_TRUE(RequesterPolicy(f[0]).Allows(user->pw_uid)) << member << " in " << f[0];
-    return;
+  if (!service_test::RunningAsRoot()) GTEST_SKIP() << "needs root to give the test a group file of its own";
+  // In a child with a private mount namespace, a group file in which nobody is
+  // a supplementary member of "vktsupp" stands in for /etc/group, so the test
+  // does not depend on the accounts of the machine it runs on.
+  const std::string groupFile = testing::TempDir() + "vkt-group-" + std::to_string(::getpid());
+  {
+    std::ifstream system("/etc/group");
+    std::ofstream copy(groupFile);
+    copy << system.rdbuf() << "vktsupp:x:4242:nobody\n";
   }
-  GTEST_SKIP() << "no account with a supplementary group in /etc/group";
+  pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount(groupFile.c_str(), "/etc/group", nullptr, MS_BIND, nullptr) != 0)
+      ::_exit(3);
+    const bool member = RequesterPolicy("vktsupp").Allows(service_test::kNobody);
+    const bool other = RequesterPolicy("vktsupp").Allows(4000000);
+    ::_exit(member && !other ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  std::remove(groupFile.c_str());
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_NE(WEXITSTATUS(status), 3) << "could not bind a group file over /etc/group";
+  EXPECT_EQ(WEXITSTATUS(status), 0) << "a supplementary member of the group was not allowed";
 }
 
 }  // namespace

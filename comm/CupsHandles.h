@@ -5,6 +5,7 @@
 #include <cups/cups.h>
 
 #include <memory>
+#include <string>
 
 struct HttpCloser {
   void operator()(http_t* http) const { httpClose(http); }
@@ -25,6 +26,8 @@ class CupsDestList {
   CupsDestList& operator=(const CupsDestList&) = delete;
   int count() const { return count_; }
   cups_dest_t* get() const { return dests_; }
+  // The destination of that name (no instance), or null.
+  cups_dest_t* Find(const std::string& name) const { return cupsGetDest(name.c_str(), nullptr, count_, dests_); }
 
  private:
   cups_dest_t* dests_ = nullptr;

@@ -2,6 +2,8 @@
 // libqpdf fixes the page size and merges the sides) and the CUPS job.
 #include "TestCardPrinter.h"
 
+#include "CupsHandles.h"
+
 #include <cups/cups.h>
 
 #include <QBuffer>
@@ -35,19 +37,6 @@ namespace {
 constexpr double kMarginLeft = 1.0;
 constexpr double kMarginTop = 1.0;
 
-// The destination list cupsGetDests hands out, freed on scope exit.
-class DestList {
- public:
-  DestList() { count_ = cupsGetDests(&dests_); }
-  ~DestList() { cupsFreeDests(count_, dests_); }
-  DestList(const DestList&) = delete;
-  DestList& operator=(const DestList&) = delete;
-  cups_dest_t* Find(const std::string& name) const { return cupsGetDest(name.c_str(), nullptr, count_, dests_); }
-
- private:
-  cups_dest_t* dests_ = nullptr;
-  int count_ = 0;
-};
 
 // Every page box set to exactly the card size. QPdfWriter rounds the page
 // to whole points (246 x 154), which the printer driver would take for a
@@ -155,7 +144,7 @@ bool TestCardPrinter::MergePdf(const std::string& first, const std::string& seco
   return true;
 }
 
-bool TestCardPrinter::QueueIsKnown() const { return DestList().Find(queueName_) != nullptr; }
+bool TestCardPrinter::QueueIsKnown() const { return CupsDestList().Find(queueName_) != nullptr; }
 
 TestCardPrinter::Result TestCardPrinter::SendTestCardToPrinter(const QImage* front, const QImage* back) {
   const std::string frontPath = GetTempFileName("FrontImage.pdf");
@@ -172,7 +161,7 @@ TestCardPrinter::Result TestCardPrinter::SendTestCardToPrinter(const QImage* fro
     if (!MergePdf(frontPath, backPath, file)) return Result::kPdfFailed;
   }
 
-  DestList dests;
+  CupsDestList dests;
   cups_dest_t* dest = dests.Find(queueName_);
   if (dest == nullptr) {
     // Without a destination there is nothing to print to; the window tells

@@ -28,24 +28,29 @@ std::string ReadAll(EthernetCommunication& t, int* count) {
   return std::string(reply.get(), strnlen(reply.get(), kReplyBufferSize));
 }
 
+// A socket of `type` bound to a free loopback port; the port goes to *port.
+int BoundLoopbackSocket(int type, int* port) {
+  int fd = socket(AF_INET, type, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+  socklen_t length = sizeof address;
+  getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+  *port = ntohs(address.sin_port);
+  return fd;
+}
+
 // A loopback port that refuses connections: bound, never listening.
 class RefusingPort {
  public:
-  RefusingPort() : fd_(socket(AF_INET, SOCK_STREAM, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    socklen_t length = sizeof address;
-    getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length);
-    port_ = ntohs(address.sin_port);
-  }
+  RefusingPort() : fd_(BoundLoopbackSocket(SOCK_STREAM, &port_)) {}
   ~RefusingPort() { close(fd_); }
   int port() const { return port_; }
 
  private:
+  int port_ = 0;  // before fd_: the socket's construction fills it in
   int fd_;
-  int port_ = 0;
 };
 
 using EthernetTransportTest = EmulatorTest;
@@ -220,15 +225,7 @@ const unsigned char kExpectedProbe[41] = {0x30, 0x27, 0x02, 0x01, 0x00, 0x04, 0x
 // A UDP socket on loopback standing in for the printer's SNMP agent.
 class SnmpAgent {
  public:
-  SnmpAgent() : fd_(socket(AF_INET, SOCK_DGRAM, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    socklen_t length = sizeof address;
-    getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length);
-    port_ = ntohs(address.sin_port);
-  }
+  SnmpAgent() : fd_(BoundLoopbackSocket(SOCK_DGRAM, &port_)) {}
   ~SnmpAgent() { close(fd_); }
   int port() const { return port_; }
 
@@ -249,8 +246,8 @@ class SnmpAgent {
   std::vector<std::string> datagrams;
 
  private:
+  int port_ = 0;  // before fd_: the socket's construction fills it in
   int fd_;
-  int port_ = 0;
 };
 
 // The probe's one-second sleep is where the agent gets its turn: the sleep

@@ -9,6 +9,7 @@
 
 #include "AppDelegate.h"
 #include "AppSaveRestoreHost.h"
+#include "CupsPasswordPolicy.h"
 #include "JobLog.h"
 #include "QtPrompter.h"
 #include "QtWaits.h"
@@ -30,6 +31,7 @@ bool SaveScreenshot(QMainWindow* window, const QString& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  NeverAskForCupsPassword();
   QApplication app(argc, argv);
   QApplication::setApplicationName("vkts3-properties");
   QApplication::setApplicationDisplayName("VKT Printer Properties");

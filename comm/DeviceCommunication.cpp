@@ -32,7 +32,11 @@ DeviceCommunication::DeviceCommunication(const std::string& printerName) : print
   // network, only this printer family's own socket scheme is.
   if (StartsWith(*uri, "dnssd")) return;
   if (StartsWith(*uri, "usb")) {
-    transport_ = std::make_unique<USBCommunication>(GetSerialNumberFromURI(*uri));
+    auto usb = std::make_unique<USBCommunication>(GetSerialNumberFromURI(*uri));
+    // A printer this user may not open would answer every query with
+    // nothing: no transport instead, so start-up says it cannot go on.
+    if (usb->AccessDenied() && usb->GetDeviceStatus() != 1) return;
+    transport_ = std::move(usb);
     transportKind_ = kUsbTransport;
   } else if (StartsWith(*uri, "vkt3socket")) {
     transport_ = std::make_unique<EthernetCommunication>(*uri);

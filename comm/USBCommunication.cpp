@@ -53,6 +53,13 @@ bool SerialMatches(const std::string& deviceSerial, const std::string& wanted) {
 // The platform's error numbers print as unsigned hexadecimal.
 unsigned int ErrorCode(int result) { return static_cast<unsigned int>(result); }
 
+// The device node's permissions keep this user out: said in the log with the
+// node, so the missing udev rule can be found.
+void LogAccessDenied(libusb_device* device, int result) {
+  VktLog("Could not open device /dev/bus/usb/%03u/%03u: %s\n", libusb_get_bus_number(device),
+         libusb_get_device_address(device), libusb_strerror(static_cast<libusb_error>(result)));
+}
+
 }  // namespace
 
 void USBCommunication::ContextDeleter::operator()(libusb_context* context) const { libusb_exit(context); }
@@ -87,6 +94,7 @@ int USBCommunication::GetPrinterHandle() {
   DeviceListPtr list(rawList);
 
   bool found = false;
+  accessDenied_ = false;
   for (ssize_t i = 0; i < count; ++i) {
     libusb_device* device = list.get()[i];
     libusb_device_descriptor descriptor{};
@@ -112,6 +120,10 @@ std::string USBCommunication::getUSBDeviceSerialInfo(libusb_device* device) {
   // The control request needs an open handle; it is only held for the read.
   libusb_device_handle* rawHandle = nullptr;
   lastResult_ = libusb_open(device, &rawHandle);
+  if (lastResult_ == LIBUSB_ERROR_ACCESS) {
+    LogAccessDenied(device, lastResult_);
+    accessDenied_ = true;
+  }
   if (lastResult_ != LIBUSB_SUCCESS) return {};
   HandlePtr handle(rawHandle);
 
@@ -145,9 +157,14 @@ void USBCommunication::OpenDevice(libusb_device* device) {
   int openResult = libusb_open(device, &rawHandle);
   lastResult_ = openResult;
   HandlePtr handle(rawHandle);
-  // Busy or access errors mean another client holds the device: go on
-  // without touching its configuration and let the interface decide.
-  bool heldElsewhere = openResult == LIBUSB_ERROR_BUSY || openResult == LIBUSB_ERROR_ACCESS;
+  // Busy means another client holds the device: go on without touching its
+  // configuration and let the interface decide. Access denied is this
+  // user's rights to the device node, which no later step can change.
+  if (openResult == LIBUSB_ERROR_ACCESS) {
+    LogAccessDenied(device, openResult);
+    accessDenied_ = true;
+  }
+  bool heldElsewhere = openResult == LIBUSB_ERROR_BUSY;
   if (openResult != LIBUSB_SUCCESS && !heldElsewhere) {
     std::printf("Could not open device (error: %x)\n", ErrorCode(openResult));
     std::fflush(stdout);

@@ -37,6 +37,10 @@ class USBCommunication : public VKTS3Communication {
   int USBAttachKernelDriver(int);
 
   const std::string& SerialNumber() const { return serialNumber_; }
+  // True when the last search found a device of the printer family that this
+  // user may not open (no udev rule gives the seat access to it): nothing
+  // can be said to or heard from the printer.
+  bool AccessDenied() const { return accessDenied_; }
   // The USB vendor id of the printer family this build looks for.
   static uint16_t VendorId();
 
@@ -59,6 +63,7 @@ class USBCommunication : public VKTS3Communication {
   std::chrono::milliseconds readTimeout_;
   int32_t deviceStatus_ = -1;  // -1 until an interface opens, 1 after, -1 after a failed open
   int lastResult_ = 0;         // result of the last libusb call
+  bool accessDenied_ = false;
   ContextPtr context_;         // this transport's own libusb session
   HandlePtr device_;           // the opened device (declared after the context: closed first)
   int interfaceNumber_ = -1;  // claimed interface, -1 when none is open

@@ -176,10 +176,17 @@ PPDHelper::PPDHelper() { InitVariables(); }
 void PPDHelper::InitPPD(const std::string& path) {
   InitVariables();
   PPDFileName = path;
+  source_ = std::make_unique<QueuePpdSource>(path);
+  loaded_ = false;
   AssignPrintermodel();
   UpdatePPDVariables();
   LoadPPDDefaults();
   ConstructPPDStringList();
+}
+
+std::string PPDHelper::ReadablePPDFileName() {
+  if (!source_ || source_->InstalledPath() != PPDFileName) source_ = std::make_unique<QueuePpdSource>(PPDFileName);
+  return source_->ReadablePath();
 }
 
 void PPDHelper::InitVariables() {
@@ -222,7 +229,8 @@ void PPDHelper::InitVariables() {
 }
 
 void PPDHelper::AssignPrintermodel() {
-  PpdFile ppd = OpenPpd(PPDFileName);
+  PpdFile ppd = OpenPpd(ReadablePPDFileName());
+  loaded_ = static_cast<bool>(ppd);
   if (!ppd || ppd->pcfilename == nullptr) return;
   static const char* const kPcFileNames[] = {"VKTS32.PPD", "VKTS31.PPD", "VKTS1.PPD", "VKTS32C.PPD"};
   for (int model = 0; model < 4; ++model) {
@@ -270,7 +278,7 @@ void PPDHelper::ConstructPPDStringList() {
 }
 
 void PPDHelper::LoadPPDDefaults() {
-  PpdFile ppd = OpenPpd(PPDFileName);
+  PpdFile ppd = OpenPpd(ReadablePPDFileName());
   if (!ppd) return;
   PPD_nDualSettings = GetPPDOptions(PPD_DUAL_SIDE, ppd.get());
   PPD_nOrientation = GetPPDOptions(PPD_ORIENTATION, ppd.get());
@@ -296,7 +304,7 @@ std::array<int, 7> PPDHelper::GetPPDDefaultValues() {
 
 JobLog_ PPDHelper::GetPPDJobLogDefaultValues() {
   JobLog_ record;
-  PpdFile ppd = OpenPpd(PPDFileName);
+  PpdFile ppd = OpenPpd(ReadablePPDFileName());
   if (!ppd) return record;
   const std::string* names[JobLog_::kFieldCount] = {
       &PPD_JL_ENABLE_LOG, &PPD_JL_EVERYDAY_LOG, &PPD_JL_TIME,   &PPD_JL_DATE,   &PPD_JL_SERIAL,
@@ -352,7 +360,7 @@ int PPDHelper::GetPPDAttributeInt(const std::string& name, ppd_file_t* ppd) {
 }
 
 std::optional<std::map<std::string, std::string>> PPDHelper::ChoiceTexts(const std::string& keyword) {
-  PpdFile ppd = OpenPpd(PPDFileName);
+  PpdFile ppd = OpenPpd(ReadablePPDFileName());
   if (!ppd) return std::nullopt;
   ppd_option_t* option = keyword.empty() ? nullptr : ppdFindOption(ppd.get(), keyword.c_str());
   if (option == nullptr) {
@@ -445,7 +453,9 @@ int PPDHelper::SaveFileData(const std::string& text, const std::string& path) {
 }
 
 std::optional<std::string> PPDHelper::BeginSave() {
-  std::optional<std::string> text = GetFileData(PPDFileName);
+  // The edited copy is made from what this user can read; the service checks
+  // it against the installed file before it puts it in place.
+  std::optional<std::string> text = GetFileData(ReadablePPDFileName());
   const std::string name = LastPathComponent(PPDFileName);
   // Without a file name the temporary path would be the folder itself.
   if (!name.empty() && name != "." && name != ".." && name != "/") DeleteFile(GetTempPPDFileName());
@@ -466,6 +476,7 @@ int PPDHelper::FinishSave(const std::optional<std::string>& text, bool reload) {
   }
   if (SaveFileData(*text, tempPath) != 0) return -1;
   const int result = SavePPDFileAsRoot(tempPath.c_str(), PPDFileName.c_str());
+  if (source_) source_->Invalidate();
   if (reload) LoadPPDDefaults();
   return result;
 }

@@ -8,11 +8,13 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "JobLog_.h"
+#include "QueuePpdSource.h"
 #include "SavePPDFileAsRoot.h"
 
 // The thirteen values SavePPDInformation writes, in the order the main window
@@ -49,12 +51,20 @@ class PPDHelper {
   static const std::array<const char*, JobLog_::kFieldCount>& JobLogLinePrefixes();
 
   PPDHelper();
+  PPDHelper(const PPDHelper&) = delete;
+  PPDHelper& operator=(const PPDHelper&) = delete;
 
   // ---- Reader ----
 
   // The only set-up entry: InitVariables, store the path, AssignPrintermodel,
   // UpdatePPDVariables, LoadPPDDefaults, ConstructPPDStringList.
   void InitPPD(const std::string& path);
+  // True when the last InitPPD could open the PPD, directly or through the
+  // scheduler's copy: without it there are no driver settings to show.
+  bool IsLoaded() const { return loaded_; }
+  // The file the settings are read from: PPDFileName when this user may read
+  // it, else the scheduler's copy of the queue's PPD.
+  std::string ReadablePPDFileName();
   void InitVariables();
   // Model number from the PPD's PCFileName; unchanged when it is unknown or
   // the file cannot be opened.
@@ -191,6 +201,9 @@ class PPDHelper {
   JobLog_ oldLogvalues;
 
  private:
+  std::unique_ptr<QueuePpdSource> source_;
+  bool loaded_ = false;
+
   // The common frame of every save. BeginSave reads the PPD text (nullopt when
   // unreadable) and removes an old temporary copy; FinishSave logs and writes
   // the edited text, asks the service, and re-reads the defaults when

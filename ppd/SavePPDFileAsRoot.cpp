@@ -86,5 +86,10 @@ int SavePPDFileAsRoot(const char* src, const char* dst) {
     return -1;
   }
   VktLog("Data received is %s \n", reply);
-  return 1;
+  // Only "OK" means the PPD was replaced. "ERROR: <reason>" is a refusal
+  // (most often a user outside the admin group), and a reply of anything
+  // else, or none, cannot show that the file changed: the save failed.
+  if (std::strncmp(reply, "OK", 2) == 0) return 1;
+  VktLog("PPD service did not save %s: %s\n", dst, received == 0 ? "no answer" : reply);
+  return -1;
 }

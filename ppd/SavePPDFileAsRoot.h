@@ -4,7 +4,7 @@
 
 // Sends the one request "src|dst" (no terminator) to the service on
 // 127.0.0.1:vkt_paths::PpdServicePort(), reads its reply once and closes the
-// connection. Returns 1 when the reply read succeeded (an empty reply
-// included), -1 on any failure. A request that would not fit in 255 bytes is
+// connection. Returns 1 when the service answered "OK", -1 on any failure,
+// a refusal ("ERROR: <reason>", logged) or a missing answer included. A request that would not fit in 255 bytes is
 // refused before any connection is made (-1). Every step logs its outcome.
 int SavePPDFileAsRoot(const char* src, const char* dst);

@@ -81,6 +81,19 @@ int UsbPrinterTestbed::AddPrinter(UsbPrinterOptions options, PrinterProfile prof
   return index;
 }
 
+void UsbPrinterTestbed::DenyAccess(int index) {
+  gchar* root = umockdev_testbed_get_root_dir(testbed_);
+  std::filesystem::path rootDir(root);
+  g_free(root);
+  namespace fs = std::filesystem;
+  // Every user also binds the emulated udev monitor's socket there.
+  fs::permissions(rootDir, fs::perms::all | fs::perms::sticky_bit);
+  // umockdev's preload connects to the node's ioctl socket before it opens
+  // the node: the socket stays reachable, the node itself is what refuses.
+  fs::permissions(rootDir / "ioctl" / DeviceNode(index).substr(1), fs::perms::all);
+  fs::permissions(rootDir / DeviceNode(index).substr(1), fs::perms::none);
+}
+
 std::string UsbPrinterTestbed::Transcript(int index) const { return printers_.at(static_cast<size_t>(index))->Transcript(); }
 
 std::vector<std::string> UsbPrinterTestbed::CapturedData(int index) const {

@@ -34,6 +34,10 @@ class UsbPrinterTestbed {
   std::string Transcript(int index) const;
   // Raw data and firmware bodies the printer's engine captured.
   std::vector<std::string> CapturedData(int index) const;
+  // Makes the printer's device node one this user may not open (mode 0000,
+  // as a node without a udev rule for the seat is to the person there),
+  // while the testbed stays open to every user.
+  void DenyAccess(int index);
   // The device node, e.g. /dev/bus/usb/001/002.
   std::string DeviceNode(int index) const { return devNodes_.at(static_cast<size_t>(index)); }
 

@@ -142,13 +142,12 @@ TEST_F(PpdThroughService, RibbonTypeAndNothingToSave) {
   EXPECT_EQ(helper.PPD_nRibbonType, 17);
 }
 
-TEST_F(PpdThroughService, ARefusedEditIsOnlyLoggedAndChangesNothing) {
-  // A hand-made copy that adds a filter line: the service must refuse it. The
-  // tool does not interpret the reply, so the save itself counts as done.
+TEST_F(PpdThroughService, ARefusedEditFailsAndChangesNothing) {
+  // A hand-made copy that adds a filter line: the service must refuse it.
   const std::string copy = (scratch.path() / (std::string(kQueue) + ".ppd")).string();
   ppd_test::WriteFile(copy, original + "*cupsFilter2: \"application/pdf application/pdf 0 /bin/sh\"\n");
   CaptureStderr();
-  EXPECT_EQ(SavePPDFileAsRoot(copy.c_str(), ppdPath.c_str()), 1);
+  EXPECT_EQ(SavePPDFileAsRoot(copy.c_str(), ppdPath.c_str()), -1);
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("Data received is ERROR: "));
   EXPECT_EQ(ReadFile(ppdPath), original);
 }

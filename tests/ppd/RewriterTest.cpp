@@ -320,13 +320,12 @@ TEST_F(Rewriter, UnreadablePpdSendsNothing) {
   EXPECT_FALSE(fs::exists(ppdPath));
 }
 
-TEST_F(Rewriter, ReplyIsOnlyLogged) {
+TEST_F(Rewriter, ARefusalIsAFailedSave) {
   StartService({.copySourceOverDestination = false, .answer = true, .reply = "ERROR: refused"});
   PPDInformation values = Vkts32FileValues();
   values.FrontX = 3;
   CaptureStderr();
-  // The service was reached and answered: that is success for the tool.
-  EXPECT_EQ(helper.SavePPDInformation(values), 1);
+  EXPECT_EQ(helper.SavePPDInformation(values), -1);
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("Data received is ERROR: refused \n"));
   EXPECT_EQ(ReadFile(ppdPath), original);
   EXPECT_EQ(helper.PPD_nFrontX, 0);  // re-read from the file the service left alone

@@ -37,21 +37,34 @@ TEST(SavePPDFileAsRoot, SendsTheThirtySixBytesAndClosesAfterTheReply) {
   EXPECT_THAT(service.ClientClosed(1), ElementsAre(true));
 }
 
-TEST(SavePPDFileAsRoot, AnEmptyReplyIsStillSuccess) {
-  FakePpdService service(RecordOnly("", false));
-  ScopedEnv port("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
-  CaptureStderr();
-  EXPECT_EQ(SavePPDFileAsRoot("/run/user/0/A.ppd", "/etc/cups/ppd/A.ppd"), 1);
-  EXPECT_EQ(GetCapturedStderr(), "Data received is  \n");
-}
-
-TEST(SavePPDFileAsRoot, TheReplyIsReadOnceAndAtMost256Bytes) {
-  const std::string longReply(300, 'r');
-  FakePpdService service(RecordOnly(longReply));
-  ScopedEnv port("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
-  CaptureStderr();
-  EXPECT_EQ(SavePPDFileAsRoot("/tmp/B.ppd", "/etc/cups/ppd/B.ppd"), 1);
-  EXPECT_EQ(GetCapturedStderr(), "Data received is " + std::string(256, 'r') + " \n");
+// Only "OK" counts as saved: a refusal, a reply of anything else or none at
+// all cannot show that the PPD changed.
+TEST(SavePPDFileAsRoot, OnlyAnOkReplyCountsAsSaved) {
+  const struct {
+    std::string reply;
+    bool answer;
+    int result;
+    std::string log;
+  } cases[] = {
+      {"OK", true, 1, "Data received is OK \n"},
+      {"ERROR: requester 65534 may not replace PPD files", true, -1,
+       "Data received is ERROR: requester 65534 may not replace PPD files \n"
+       "PPD service did not save /etc/cups/ppd/A.ppd: ERROR: requester 65534 may not replace PPD files\n"},
+      {"", false, -1, "Data received is  \n" "PPD service did not save /etc/cups/ppd/A.ppd: no answer\n"},
+      {"DONE", true, -1, "Data received is DONE \n" "PPD service did not save /etc/cups/ppd/A.ppd: DONE\n"},
+      // Read once, at most 256 bytes.
+      {std::string(300, 'r'), true, -1,
+       "Data received is " + std::string(256, 'r') + " \n" "PPD service did not save /etc/cups/ppd/A.ppd: " +
+           std::string(256, 'r') + "\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.reply);
+    FakePpdService service(RecordOnly(c.reply, c.answer));
+    ScopedEnv port("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
+    CaptureStderr();
+    EXPECT_EQ(SavePPDFileAsRoot("/run/user/0/A.ppd", "/etc/cups/ppd/A.ppd"), c.result);
+    EXPECT_EQ(GetCapturedStderr(), c.log);
+  }
 }
 
 TEST(SavePPDFileAsRoot, RequestsThatDoNotFitIn255BytesAreRefusedUnsent) {

@@ -1,7 +1,9 @@
 // The sandbox's usb queue end to end: the session asks the private cupsd for
 // the queue's device URI, takes the serial number from it and finds the
 // emulated USB printer carrying that serial number.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "DeviceCommunication.h"
 #include "PrinterProfile.h"
@@ -39,6 +41,36 @@ TEST(UsbQueueTest, UsbQueueSessionAnswersThroughTheEmulatedDevice) {
   EXPECT_EQ(testbed.Transcript(printer),
             "\x1bV\r\x1b" "E 2\r\x1b%SERIE\r\x1b" "E 2\r\x1b!RIBBON\r\x1b" "E 2\r");
   EXPECT_TRUE(testbed.Printer(foreign).Events().empty());
+}
+
+// Without a udev rule for the seat the device node is root's alone: the
+// session must end up without a transport (start-up then says it cannot go
+// on) instead of sending into a device it never opened.
+TEST(UsbQueueTest, APrinterThisUserMayNotOpenLeavesTheSessionWithoutTransport) {
+  ASSERT_TRUE(UsbPrinterTestbed::PreloadActive()) << "run this test under umockdev-wrapper";
+  ASSERT_TRUE(vkt_sandbox::Require());
+  PrinterProfile profile;
+  profile.serial = vkt_sandbox::Var("VKT_USB_SERIAL");
+  UsbPrinterTestbed testbed;
+  int printer = testbed.AddPrinter(USBCommunication::VendorId(), profile.serial, profile);
+  testbed.DenyAccess(printer);
+
+  // Root opens any node: the session is made as an ordinary user.
+  const bool root = ::geteuid() == 0;
+  if (root) {
+    ASSERT_EQ(::seteuid(65534), 0);
+  }
+  ::testing::internal::CaptureStderr();
+  auto session = std::make_unique<DeviceCommunication>(kQueue);
+  const std::string log = ::testing::internal::GetCapturedStderr();
+  if (root) {
+    ASSERT_EQ(::seteuid(0), 0);
+  }
+
+  EXPECT_EQ(session->Transport(), nullptr);
+  EXPECT_THAT(log, ::testing::HasSubstr("Could not open device " + testbed.DeviceNode(printer) +
+                                        ": Access denied (insufficient permissions)\n"));
+  EXPECT_EQ(testbed.Transcript(printer), "");
 }
 
 }  // namespace

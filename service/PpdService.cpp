@@ -68,6 +68,27 @@ int PpdService::Listen() {
   return ntohs(address.sin_port);
 }
 
+int PpdService::Adopt(int listeningFd) {
+  sockaddr_in address{};
+  socklen_t length = sizeof address;
+  int accepting = 0, type = 0;
+  socklen_t optionLength = sizeof accepting;
+  if (::getsockname(listeningFd, reinterpret_cast<sockaddr*>(&address), &length) != 0 ||
+      address.sin_family != AF_INET || address.sin_addr.s_addr != htonl(INADDR_LOOPBACK) ||
+      ::getsockopt(listeningFd, SOL_SOCKET, SO_ACCEPTCONN, &accepting, &optionLength) != 0 || !accepting ||
+      (optionLength = sizeof type, ::getsockopt(listeningFd, SOL_SOCKET, SO_TYPE, &type, &optionLength)) != 0 ||
+      type != SOCK_STREAM) {
+    VktLog("the inherited socket %d is not a TCP socket listening on 127.0.0.1", listeningFd);
+    return -1;
+  }
+  const int flags = ::fcntl(listeningFd, F_GETFL);
+  ::fcntl(listeningFd, F_SETFL, flags | O_NONBLOCK);
+  ::fcntl(listeningFd, F_SETFD, FD_CLOEXEC);
+  listener_.Reset(listeningFd);
+  replacer_.RemoveStaleTemporaries();
+  return ntohs(address.sin_port);
+}
+
 void PpdService::Stop() {
   if (wakeWrite_.Valid()) {
     char byte = 1;

@@ -30,6 +30,10 @@ class PpdService {
 
   // Binds 127.0.0.1:port; returns the port bound or -1.
   int Listen();
+  // Serves on a listening socket handed over by systemd (socket activation);
+  // returns its port, or -1 when it is not a TCP socket listening on
+  // 127.0.0.1 (then the descriptor is left alone).
+  int Adopt(int listeningFd);
   // Serves connections until Stop().
   void Run();
   // Ends Run() soon; safe from a signal handler and from another thread.

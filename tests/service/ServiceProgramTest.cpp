@@ -1,10 +1,13 @@
 // The vkts3-ppd-service program: options, the log of every request, a clean
 // stop on SIGTERM, and SIGKILL in the middle of a replacement.
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,6 +18,7 @@
 #include <thread>
 
 #include "ServiceTestSupport.h"
+#include "UniqueFd.h"
 
 using namespace service_test;
 
@@ -24,20 +28,22 @@ namespace {
 // error on a pipe.
 class ServiceProgram {
  public:
-  ServiceProgram(const std::string& serverRoot, std::vector<std::string> arguments) {
+  // `launcher`, when given, is run instead, with the arguments as they are.
+  ServiceProgram(const std::string& serverRoot, std::vector<std::string> arguments, std::string launcher = {}) {
     int pipeFds[2];
     if (::pipe2(pipeFds, O_CLOEXEC) != 0) return;
     errors_ = pipeFds[0];
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDERR_FILENO);
-    arguments.insert(arguments.begin(), VKT_SERVICE_PROGRAM);
+    const std::string program = launcher.empty() ? std::string(VKT_SERVICE_PROGRAM) : launcher;
+    arguments.insert(arguments.begin(), program);
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     std::string rootVariable = "CUPS_SERVERROOT=" + serverRoot;
     std::vector<char*> envp = {rootVariable.data(), nullptr};
-    if (::posix_spawn(&pid_, VKT_SERVICE_PROGRAM, &actions, nullptr, argv.data(), envp.data()) != 0) pid_ = -1;
+    if (::posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv.data(), envp.data()) != 0) pid_ = -1;
     posix_spawn_file_actions_destroy(&actions);
     ::close(pipeFds[1]);
   }
@@ -189,6 +195,38 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   ASSERT_GT(program.WaitForPort(), 0);
   for (const std::string& name : FolderEntries(ppdFolder))
     EXPECT_TRUE(name == "Card.ppd" || name == "Card.ppd.O") << name;
+}
+
+// Under systemd the socket unit holds the port from boot and hands it to the
+// service: systemd-socket-activate does the same hand-over here.
+TEST_F(ServiceProgramTest, UnderSocketActivationServesOnTheInheritedSocket) {
+  int port = 0;
+  {
+    // A free port: bound and released again.
+    UniqueFd probe(::socket(AF_INET, SOCK_STREAM, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::bind(probe.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::getsockname(probe.Get(), reinterpret_cast<sockaddr*>(&address), &length), 0);
+    port = ntohs(address.sin_port);
+  }
+  ServiceProgram program(root.Path(),
+                         {"-l", "127.0.0.1:" + std::to_string(port), "-E", "CUPS_SERVERROOT", VKT_SERVICE_PROGRAM,
+                          "--group", ServiceGroupForTests()},
+                         "/usr/bin/systemd-socket-activate");
+  std::optional<std::string> answer;
+  for (int attempt = 0; attempt < 100 && !answer; ++attempt) {
+    answer = Ask(port, sourceB + "|" + card);
+    if (!answer) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  EXPECT_EQ(answer, "OK");
+  EXPECT_EQ(ReadFile(card), b);
+  std::string log = program.Stop(SIGTERM);
+  EXPECT_NE(log.find("vkts3-ppd-service listening on 127.0.0.1:" + std::to_string(port) + " (socket from systemd)"),
+            std::string::npos)
+      << log;
 }
 
 }  // namespace

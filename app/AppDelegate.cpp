@@ -178,8 +178,14 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     PPDFileName = vkt_paths::PpdPathForQueue(printerName);
     objPPDHelper_ = std::make_unique<PPDHelper>();
 
-    // 18.
+    // 18. The driver settings come from the installed PPD, or for a user who
+    // may not read it from the scheduler's copy; with neither there is
+    // nothing to set up.
     objPPDHelper_->InitPPD(PPDFileName);
+    if (!objPPDHelper_->IsLoaded()) {
+      prompter_.Show("", kNotAbleToLaunch, {"OK"}, Prompter::Level::kNote);
+      return StartupResult::kStopped;
+    }
     FillPrinterInformation();
     hiLoCo_->SelectFirst();
 

@@ -44,39 +44,39 @@ std::string QueuePpdSource::ReadablePath() {
 void QueuePpdSource::Invalidate() { modified_ = 0; }
 
 bool QueuePpdSource::Fetch() {
-  if (copy_.empty()) {
-    // Our own file, made exclusively, in the private temporary directory: the
-    // scheduler's copy is written into it, never through a name that someone
-    // else could have placed first.
-    std::string pattern = vkt_paths::TemporaryDirectory() + "vkts3-" + queue_ + ".ppd.XXXXXX";
-    std::vector<char> name(pattern.begin(), pattern.end());
-    name.push_back('\0');
-    const int fd = ::mkstemp(name.data());
-    if (fd < 0) {
-      VktLog("PPD copy of %s: cannot create %s: %s\n", queue_.c_str(), pattern.c_str(), std::strerror(errno));
-      return false;
-    }
-    ::close(fd);
-    copy_ = name.data();
-    modified_ = 0;
+  // A file of our own, made exclusively, in the private temporary directory:
+  // the scheduler's copy is written into it, never through a name that
+  // someone else could have placed first. libcups truncates the file it is
+  // given and removes it unless a new copy came, so each fetch gets a new one
+  // and the copy in hand stays until a newer one replaces it.
+  std::string pattern = vkt_paths::TemporaryDirectory() + "vkts3-" + queue_ + ".ppd.XXXXXX";
+  std::vector<char> name(pattern.begin(), pattern.end());
+  name.push_back('\0');
+  const int fd = ::mkstemp(name.data());
+  if (fd < 0) {
+    VktLog("PPD copy of %s: cannot create %s: %s\n", queue_.c_str(), pattern.c_str(), std::strerror(errno));
+    return false;
   }
+  ::close(fd);
 
   char buffer[4096] = {};
-  if (copy_.size() >= sizeof buffer) return false;
-  std::memcpy(buffer, copy_.data(), copy_.size());
-  time_t modified = modified_;
+  if (name.size() > sizeof buffer) {
+    ::unlink(name.data());
+    return false;
+  }
+  std::memcpy(buffer, name.data(), name.size());
+  time_t modified = copy_.empty() ? 0 : modified_;
   const http_status_t status = cupsGetPPD3(CUPS_HTTP_DEFAULT, queue_.c_str(), &modified, buffer, sizeof buffer);
-  if (status == HTTP_STATUS_NOT_MODIFIED) return true;
+  if (buffer[0] && std::strcmp(buffer, name.data()) != 0) ::unlink(name.data());
+  if (status == HTTP_STATUS_NOT_MODIFIED && !copy_.empty()) return true;
   if (status != HTTP_STATUS_OK) {
+    if (buffer[0]) ::unlink(buffer);
     VktLog("PPD of %s not served by the scheduler: %s\n", queue_.c_str(), cupsLastErrorString());
     RemoveCopy();
     return false;
   }
-  if (copy_ != buffer) {
-    // The scheduler's library chose another file: take that one instead.
-    RemoveCopy();
-    copy_ = buffer;
-  }
+  RemoveCopy();
+  copy_ = buffer;
   modified_ = modified;
   VktLog("PPD of %s read from the scheduler's copy %s\n", queue_.c_str(), copy_.c_str());
   return true;

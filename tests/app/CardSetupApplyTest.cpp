@@ -1,11 +1,15 @@
-// Apply and Close of the card-setup tab through the sandbox's PPD service:
-// the installed PPD of the queue Card changes in exactly the expected lines
-// and is put back afterwards. Only VKTS32 PPDs are used in this process (the
+// Apply and Close of the card-setup tab through the sandbox's PPD service, as
+// an ordinary user who may not read the installed PPD: the settings come from
+// the scheduler's copy, the installed PPD of the queue Card changes in exactly
+// the expected lines (or, for a user outside the admin group, not at all) and
+// is put back afterwards. Only VKTS32 PPDs are used in this process (the
 // driver's value tables keep the first model they see).
 #include <QLineEdit>
 #include <QPushButton>
 #include <algorithm>
 #include <fstream>
+
+#include <unistd.h>
 
 #include "CardSetupTestSupport.h"
 #include "Paths.h"
@@ -30,14 +34,14 @@ class CardSetupApply : public ::testing::Test {
     ppdPath_ = vkt_paths::PpdPathForQueue(kQueue);
     ASSERT_EQ(ppdPath_, vkt_sandbox::Base() + "/ppd/Card.ppd");
     original_ = app_test::ReadFile(vkt_sandbox::FixtureDir() + "/VKTS32.ppd");
-    ASSERT_EQ(app_test::ReadFile(ppdPath_), original_) << "the sandbox PPD was left changed by an earlier test";
+    ASSERT_EQ(vkt_sandbox::InstalledPpd(kQueue), original_) << "the sandbox PPD was left changed by an earlier test";
   }
 
   void TearDown() override {
     app_.reset();
-    if (ppdPath_.empty() || app_test::ReadFile(ppdPath_) == original_) return;
+    if (ppdPath_.empty() || vkt_sandbox::InstalledPpd(kQueue) == original_) return;
     Install(original_);
-    EXPECT_EQ(app_test::ReadFile(ppdPath_), original_) << "could not restore " << ppdPath_;
+    EXPECT_EQ(vkt_sandbox::InstalledPpd(kQueue), original_) << "could not restore " << ppdPath_;
   }
 
   // Puts `text` in place of the queue's PPD through the service, as the tool would.
@@ -45,7 +49,7 @@ class CardSetupApply : public ::testing::Test {
     const std::string copy = runtime_.path().toStdString() + "/install.ppd";
     std::ofstream(copy, std::ios::binary) << text;
     ASSERT_EQ(SavePPDFileAsRoot(copy.c_str(), ppdPath_.c_str()), 1);
-    ASSERT_EQ(app_test::ReadFile(ppdPath_), text);
+    ASSERT_EQ(vkt_sandbox::InstalledPpd(kQueue), text);
   }
 
   // Start-up of the main window for the queue; `emulatorPort` 0 takes the
@@ -72,7 +76,7 @@ class CardSetupApply : public ::testing::Test {
 
   // The whole installed PPD against the expected text.
   void ExpectPpd(const std::string& expected) const {
-    const std::string actual = app_test::ReadFile(ppdPath_);
+    const std::string actual = vkt_sandbox::InstalledPpd(kQueue);
     EXPECT_TRUE(actual == expected) << card_setup_test::FirstDifference(actual, expected);
   }
 
@@ -188,6 +192,29 @@ TEST_F(CardSetupApply, CloseWithoutApplyStoresTheChangedRibbon) {
   EXPECT_EQ(app_->objDev(), nullptr);
   EXPECT_GT(ServiceRequests(), requests);
   ExpectPpd(Edited(original_, {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"}}));
+}
+
+// A user outside the admin group sees the stored settings, and Apply tells
+// that they were not saved: the service refused, the PPD is unchanged.
+TEST_F(CardSetupApply, ApplyRefusedForAUserOutsideTheAdminGroup) {
+  ASSERT_NE(::access(ppdPath_.c_str(), R_OK), 0) << "run as a user who cannot read the installed PPD";
+  Start();
+  auto& ui = app_->ui();
+  ASSERT_TRUE(prompter_.prompts.empty());
+  // The stored 0YMCKO100 and 4FrontYmckoBackK, as the lists name them.
+  EXPECT_EQ(ui.TypeOfRibbon->ObjectValueOfSelectedItem().toStdString(), "YMCKO 100 Prints");
+  EXPECT_EQ(ui.RibbonCombinatioin->ObjectValueOfSelectedItem().toStdString(), "Front YMCO , Back K");
+  EXPECT_EQ(ui.Rotate->ObjectValueOfSelectedItem().toStdString(), "None");
+  EXPECT_EQ(ui.MonoChromeConv->ObjectValueOfSelectedItem().toStdString(), "Diffusion");
+
+  ui.Rotate->SelectItemAtIndex(3);
+  ASSERT_TRUE(ui.ApplySettingsBtn->isEnabled());
+  ui.ApplySettingsBtn->click();
+  ASSERT_EQ(prompter_.prompts.size(), 1u);
+  EXPECT_EQ(prompter_.prompts[0].message, "Authentication Error. Printer Settings are not saved");
+  ExpectPpd(original_);
+  std::string log = app_test::ReadFile(vkt_sandbox::Base() + "/log/ppd-service.log");
+  EXPECT_NE(log.find("request from uid 65534"), std::string::npos) << log;
 }
 
 }  // namespace

@@ -304,6 +304,22 @@ TEST_F(StartupTest, AQueueWithoutTransportStopsStartUp) {
   EXPECT_FALSE(app.window()->isVisible());
 }
 
+// Only when the PPD can be neither read nor had from the scheduler is there
+// nothing to set up.
+TEST_F(StartupTest, APpdNeitherReadableNorServedStopsStartUp) {
+  StartPrinter("VKTS32", "VKTS32.ppd");
+  fs::remove(serverRoot_.path().toStdString() + "/ppd/Card.ppd");
+  const char* server = std::getenv("CUPS_SERVER");
+  const std::string saved = server ? server : "";
+  setenv("CUPS_SERVER", (serverRoot_.path().toStdString() + "/no-scheduler.sock").c_str(), 1);
+  AppDelegate app(prompter_, Seams());
+  const Result result = app.applicationDidFinishLaunching();
+  server ? setenv("CUPS_SERVER", saved.c_str(), 1) : unsetenv("CUPS_SERVER");
+  ASSERT_EQ(result, Result::kStopped);
+  ASSERT_EQ(prompter_.prompts.size(), 1u);
+  EXPECT_EQ(prompter_.prompts[0].message, "Not able to launch printer properties.");
+}
+
 TEST_F(StartupTest, TheLogFileIsFreshAtEachStart) {
   const std::string log = documents_.path().toStdString() + "/VKTS3Properties.log";
   std::ofstream(log) << "a line of the previous run\n";

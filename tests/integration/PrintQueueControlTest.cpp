@@ -1,8 +1,20 @@
 // The print-queue calls against the sandbox's scheduler: the busy test for
 // processing, held and pending jobs, waiting for a job that really prints to
-// an emulator, and resuming a stopped queue.
+// an emulator, and resuming a stopped queue (also as an ordinary user, who
+// must get a refusal and never a password prompt).
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <utmp.h>
+
+#include <chrono>
+#include <cstdlib>
+
+#include "CupsPasswordPolicy.h"
 
 #include "DeviceCommunication.h"
 #include "RecordingWaits.h"
@@ -101,6 +113,57 @@ TEST_F(PrintQueueControlTest, EnablePrinterBringsAStoppedQueueBackToIdle) {
   // A queue that does not exist is a silent no-op and disturbs no other queue.
   session.EnablePrinter("NoSuchQueue");
   EXPECT_EQ(PrinterState("VKTS31Socket"), IPP_PSTATE_IDLE);
+}
+
+// Resuming a queue needs an administrator. The scheduler asks an ordinary
+// user on TCP (CUPS_SERVER=localhost, as some desktops set) for a password,
+// and libcups' own answer is a prompt on the controlling terminal that
+// blocks the caller: the tool declines instead and goes on.
+TEST_F(PrintQueueControlTest, AnOrdinaryUserResumingAQueueIsNeverAskedForAPassword) {
+  if (::geteuid() != 0) GTEST_SKIP() << "acting as the user nobody needs root";
+  const std::string server = "127.0.0.1:" + vkt_sandbox::Var("VKT_CUPS_PORT");
+  for (const bool decline : {false, true}) {
+    SCOPED_TRACE(decline ? "password callback installed" : "libcups' own prompt");
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      // On its own terminal, as nobody, with no supplementary groups.
+      if (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(3);
+      cupsSetServer(server.c_str());
+      cupsSetUser("nobody");  // the parent may have named root to libcups already
+      if (decline) NeverAskForCupsPassword();
+      DeviceCommunication("", nullptr, 0).EnablePrinter("Card");
+      ::_exit(0);
+    }
+    std::string shown;
+    int status = 0;
+    bool ended = false;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!ended && std::chrono::steady_clock::now() < deadline && shown.find("Password") == std::string::npos) {
+      pollfd fd{terminal, POLLIN, 0};
+      if (::poll(&fd, 1, 100) > 0) {
+        char buffer[256];
+        const ssize_t got = ::read(terminal, buffer, sizeof buffer);
+        if (got > 0) shown.append(buffer, static_cast<size_t>(got));
+      }
+      ended = ::waitpid(child, &status, WNOHANG) == child;
+    }
+    if (!ended) {
+      ::kill(child, SIGKILL);
+      ::waitpid(child, &status, 0);
+    }
+    ::close(terminal);
+    if (decline) {
+      EXPECT_TRUE(ended && WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the resume did not return: " << shown;
+      EXPECT_EQ(shown, "");
+    } else {
+      // Without the callback the prompt comes and the call waits on it.
+      EXPECT_FALSE(ended);
+      EXPECT_NE(shown.find("Password for nobody on 127.0.0.1?"), std::string::npos) << shown;
+    }
+  }
+  EXPECT_EQ(PrinterState("Card"), IPP_PSTATE_IDLE);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "SandboxEnv.h"
 
 #include <cups/cups.h>
+#include <cups/ppd.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -107,6 +108,22 @@ std::string Var(const std::string& name) {
   const auto& vars = Loaded().vars;
   const auto it = vars.find(name);
   return it == vars.end() ? std::string() : it->second;
+}
+
+std::string InstalledPpd(const std::string& queue) {
+  const std::string installed = Base() + "/ppd/" + queue + ".ppd";
+  std::string path = installed;
+  char fetched[1024] = "";
+  if (::access(installed.c_str(), R_OK) != 0) {
+    time_t modified = 0;
+    if (cupsGetPPD3(CUPS_HTTP_DEFAULT, queue.c_str(), &modified, fetched, sizeof fetched) != HTTP_STATUS_OK)
+      return {};
+    path = fetched;
+  }
+  std::ifstream in(path, std::ios::binary);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (fetched[0]) ::unlink(fetched);
+  return text;
 }
 
 std::string FixtureDir() { return VKT_PPD_FIXTURE_DIR; }

@@ -24,6 +24,12 @@ std::string Base();
 // A variable of BASE/env, such as Var("VKT_EMU_PORT_Card"); empty when absent.
 std::string Var(const std::string& name);
 
+// The installed PPD of a queue, byte for byte: read from BASE/ppd when this
+// user may, else as the scheduler serves it (cupsd keeps the file 0640
+// root:lp, so a test running as an ordinary user reads what such a user can).
+// Empty when neither works.
+std::string InstalledPpd(const std::string& queue);
+
 // The fixture PPD folder of the source tree (tests/fixtures/ppd).
 std::string FixtureDir();
 

@@ -63,6 +63,10 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE ${VKT_DEB_RELEASE})
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Libraries come from dpkg-shlibdeps. Besides them: the scheduler whose PPD
+# folder the service edits, the font the test cards name (Helvetica's metric
+# twin), and xdg-open, through which Help opens the user guide.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "cups-daemon, fonts-urw-base35, xdg-utils")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${VKT_PACKAGE_BUILD_DIR}/postinst ${VKT_PACKAGING_DIR}/prerm ${VKT_PACKAGING_DIR}/postrm)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)

@@ -27,6 +27,7 @@
 #include "Log.h"
 #include "Paths.h"
 #include "PrinterLauncher.h"
+#include "PrinterInformation.h"
 #include "PrinterModelRules.h"
 #include "PrinterSettingsArchive.h"
 #include "RadioPair.h"
@@ -272,17 +273,15 @@ std::string AppDelegate::OperatingSystemVersion() const {
 
 void AppDelegate::FillPrinterInformation() {
   ui_->RemainingCount->clear();
-  ui_->SerialNum->setText(Q(objDev_->GetSerialNumber()));
-  frmVersion = objDev_->GetFirmwareVersion();
+  const PrinterInformation info = PrinterInformation::Read(*objDev_);
+  ui_->SerialNum->setText(Q(info.SerialNum));
+  frmVersion = info.FwVersion;
   ui_->FwVersion->setText(Q(frmVersion));
-  ui_->HeadResis->setText(Q(objDev_->GetHeadResistance()));
-  strRibbonType = objDev_->GetRibbonType();
-  ui_->PannelPrinted->setText(Q(objDev_->GetPanelsPrinted()));
+  ui_->HeadResis->setText(Q(info.HeadResis));
+  strRibbonType = info.RibbonType;
+  ui_->PannelPrinted->setText(Q(info.PannelPrinted));
   ui_->RibbonTypes->setText(strRibbonType ? Q(*strRibbonType) : QString());
-  std::string remaining = objDev_->GetRemainingCount();
-  // A monochrome ribbon reports no count: its 0 means "not known".
-  if (std::atoi(remaining.c_str()) == 0 && strRibbonType && *strRibbonType == "Monochrome") remaining = "N/A";
-  ui_->RemainingCount->setText(Q(remaining));
+  ui_->RemainingCount->setText(Q(info.RemainingCount));
 }
 
 std::vector<std::string> AppDelegate::GetPanelsPrintedAndPrinterError() {

@@ -22,7 +22,7 @@ function(vkt_gzip_file source output)
 endfunction()
 
 set(_vkt_gz_files "")
-foreach(page vkts3-properties.1 vkts3-ppd-service.8)
+foreach(page vkts3-properties.1 vkts3-cli.1 vkts3-ppd-service.8)
   string(REGEX REPLACE ".*\\.([0-9])$" "\\1" section ${page})
   vkt_gzip_file(${PROJECT_SOURCE_DIR}/docs/man/${page} ${VKT_PACKAGE_BUILD_DIR}/${page}.gz)
   list(APPEND _vkt_gz_files ${VKT_PACKAGE_BUILD_DIR}/${page}.gz)

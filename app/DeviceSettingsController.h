@@ -1,9 +1,9 @@
 // The device-settings tab: the print offsets kept in the printer (read at
-// start-up, sent after a confirmation) and the card feeder mode.
+// start-up, sent after a confirmation) and the card feeder mode, through the
+// model in tools/DeviceSettings.
 #pragma once
 
-#include <optional>
-#include <string>
+#include "DeviceSettings.h"
 
 class AppDelegate;
 
@@ -26,12 +26,8 @@ class DeviceSettingsController {
   // Sends the chosen feeder mode, shows the progress notice, disables Apply.
   void SingleFeedApplyBtn();
 
-  // A reply to an offset query made fit for the field: the printer pads with
-  // blanks and ends with its terminator, neither belongs to the number.
-  static std::string OffsetTextFromReply(const std::optional<std::string>& reply);
-
  private:
-  bool ConfirmOffsetChange();
+  DeviceSettings Model() const;
   // Sends the four offsets; `keep` also stores each in pOffset.
   void SendOffsets(bool keep);
 

@@ -2,11 +2,11 @@
 // sending a raw PRN file and the firmware download.
 #pragma once
 
-#include <cstdio>
 #include <functional>
 #include <string>
 
 #include "TestCardPrinter.h"
+#include "ToolsContext.h"
 
 class AppDelegate;
 
@@ -16,15 +16,6 @@ class ToolsController {
   // `ribbonIndex`, both sides when `dualSide`. Replaceable so tests need no
   // print system.
   using TestCardPrint = std::function<TestCardPrinter::Result(int kind, int ribbonIndex, bool dualSide)>;
-
-  // A console line is sent as ESC, the line, CR and a zero byte in a buffer
-  // of this size, so a line may hold at most kMaxConsoleLine characters.
-  static constexpr int kConsoleBufferSize = 48;
-  static constexpr int kMaxConsoleLine = kConsoleBufferSize - 3;
-  static constexpr const char* kConsoleLineTooLong =
-      "The command is too long: a printer command can hold at most 45 characters.";
-  // Files go to the printer in blocks of this size.
-  static constexpr int kBlockSize = 4096;
 
   explicit ToolsController(AppDelegate& app);
 
@@ -41,7 +32,6 @@ class ToolsController {
   // ---- PRN files ----
   void PRNSelectBtnClicked();
   void PRNSendBtnClicked();
-  void SendPRNFileToPrinter(std::FILE* file);
 
   // ---- firmware ----
   void SelectFileBtnClicked();
@@ -53,6 +43,7 @@ class ToolsController {
   std::string GetSelectedFilePath(int kind);
 
  private:
+  ToolsContext Context() const;
   TestCardPrinter::Result PrintWithCups(int kind, int ribbonIndex, bool dualSide);
   // The progress bar under the console's result line, for long sends.
   void BeginProgress(long long total);

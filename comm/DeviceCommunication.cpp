@@ -154,6 +154,13 @@ std::optional<std::string> DeviceCommunication::ReadFromPrinter() {
   return text;
 }
 
+std::optional<std::string> DeviceCommunication::AskPrinter(const char* command, int length) {
+  static constexpr char kReplyRequest[] = "\x1b" "E 2\r";
+  WriteToPrinter(command, length);
+  WriteToPrinter(kReplyRequest, 5);
+  return ReadFromPrinter();
+}
+
 std::string DeviceCommunication::TrimString(const std::string& text) {
   // Blanks and tabs only: a reply's trailing CR or LF stays.
   size_t first = text.find_first_not_of(" \t");

@@ -33,6 +33,9 @@ class DeviceCommunication {
   std::optional<std::string> GetPrinterIPAddress();
   int WriteToPrinter(const char* data, int length);
   std::optional<std::string> ReadFromPrinter();
+  // One exchange as the window makes it: the command (ESC text CR, `length`
+  // bytes as given), the reply request ESC "E 2" CR, then one read.
+  std::optional<std::string> AskPrinter(const char* command, int length);
   static std::string TrimString(const std::string& text);
   void ResetHandle();
 

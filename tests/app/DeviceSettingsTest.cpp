@@ -3,6 +3,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+#include "DeviceSettings.h"
 #include "DeviceSettingsController.h"
 #include "ToolsTestFixture.h"
 #include "ui_MainWindow.h"
@@ -48,9 +49,9 @@ TEST_F(DeviceSettingsTest, StartUpReadsTheFourOffsets) {
 }
 
 TEST_F(DeviceSettingsTest, ReplyTextBecomesTheNumberAlone) {
-  EXPECT_EQ(DeviceSettingsController::OffsetTextFromReply(std::string(" 1 2\r")), "12");
-  EXPECT_EQ(DeviceSettingsController::OffsetTextFromReply(std::string("-4\r")), "-4");
-  EXPECT_EQ(DeviceSettingsController::OffsetTextFromReply(std::nullopt), "");
+  EXPECT_EQ(DeviceSettings::OffsetTextFromReply(std::string(" 1 2\r")), "12");
+  EXPECT_EQ(DeviceSettings::OffsetTextFromReply(std::string("-4\r")), "-4");
+  EXPECT_EQ(DeviceSettings::OffsetTextFromReply(std::nullopt), "");
 }
 
 TEST_F(DeviceSettingsTest, SetOffsetAsksThenSendsFiftyByteCommands) {

@@ -4,6 +4,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+#include "Maintenance.h"
 #include "ToolsController.h"
 #include "ToolsTestFixture.h"
 #include "ui_MainWindow.h"
@@ -164,7 +165,7 @@ TEST_F(ToolsConsoleTest, LineTooLongForTheCommandBufferIsRefused) {
   Execute(longest + "Y");
   EXPECT_TRUE(wire_->writes.empty());
   ASSERT_EQ(prompter_.prompts.size(), 1u);
-  EXPECT_EQ(prompter_.prompts[0].message, ToolsController::kConsoleLineTooLong);
+  EXPECT_EQ(prompter_.prompts[0].message, Maintenance::kConsoleLineTooLong);
   EXPECT_EQ(prompter_.prompts[0].buttons, std::vector<std::string>{"Ok"});
 
   // 45 characters fit: ESC, the line and CR are sent whole.

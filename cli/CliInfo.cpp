@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "Cli.h"
 #include "CupsPasswordPolicy.h"
 #include "DeviceCommunication.h"
 #include "PrinterInformation.h"
@@ -54,24 +55,8 @@ std::string FormatQueueInfoText(const std::vector<QueueInfo>& infos) {
   return out;
 }
 
-std::string JsonString(const std::string& text) {
-  std::string out = "\"";
-  for (unsigned char c : text) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += static_cast<char>(c);
-    } else if (c < 0x20) {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-      out += escaped;
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  return out + "\"";
-}
-
 std::string FormatQueueInfoJson(const std::vector<QueueInfo>& infos) {
+  using cli::JsonString;
   std::string out = "[";
   for (size_t i = 0; i < infos.size(); ++i) {
     const QueueInfo& info = infos[i];

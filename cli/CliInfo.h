@@ -21,5 +21,3 @@ QueueInfo ReadQueueInfo(const std::string& queue);
 
 std::string FormatQueueInfoText(const std::vector<QueueInfo>& infos);
 std::string FormatQueueInfoJson(const std::vector<QueueInfo>& infos);
-// A JSON string literal of `text`.
-std::string JsonString(const std::string& text);

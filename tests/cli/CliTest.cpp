@@ -2,8 +2,11 @@
 // printer information of several queues asked at once, as text and JSON.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "SandboxEnv.h"
@@ -12,18 +15,28 @@ namespace {
 
 struct CliRun {
   std::string out;
+  std::string err;
   int status = -1;
 };
 
+// Runs the program with no terminal on standard input (questions are then
+// answered No unless --yes is given).
 CliRun Cli(const std::string& arguments) {
   CliRun run;
-  FILE* pipe = ::popen((std::string(VKT_CLI_PROGRAM) + " " + arguments).c_str(), "r");
+  char errors[] = "/tmp/vkts3-cli-test-XXXXXX";
+  const int fd = ::mkstemp(errors);
+  if (fd < 0) return run;
+  ::close(fd);
+  FILE* pipe = ::popen((std::string(VKT_CLI_PROGRAM) + " " + arguments + " </dev/null 2>" + errors).c_str(), "r");
   if (!pipe) return run;
   char buffer[4096];
   size_t got;
   while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) run.out.append(buffer, got);
   const int status = ::pclose(pipe);
   run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  std::ifstream in(errors);
+  run.err.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  ::unlink(errors);
   return run;
 }
 
@@ -33,7 +46,8 @@ TEST(Cli, ListsTheCardQueuesAndAsksSeveralAtOnce) {
   CliRun list = Cli("list");
   EXPECT_EQ(list.status, 0);
   EXPECT_EQ(list.out, "Card\nCard2\nVKTS1Socket\nVKTS31Socket\nVKTS32Usb\nVKTS3CSocket\n");
-  EXPECT_EQ(Cli("list --json").out, "[\"Card\", \"Card2\", \"VKTS1Socket\", \"VKTS31Socket\", \"VKTS32Usb\", \"VKTS3CSocket\"]\n");
+  EXPECT_EQ(Cli("list --json").out,
+            "[\"Card\", \"Card2\", \"VKTS1Socket\", \"VKTS31Socket\", \"VKTS32Usb\", \"VKTS3CSocket\"]\n");
 
   // A queue the session cannot reach makes the exit status 1; the others
   // still answer, in the order asked.
@@ -69,6 +83,42 @@ TEST(Cli, ListsTheCardQueuesAndAsksSeveralAtOnce) {
             "printed\": \"1234\", \"Ribbon type\": \"YMCKO\", \"Remaining count\": \"120\", \"Magnetic encoder\": "
             "\"Yes\", \"Smart card\": \"No\"}]\n");
   EXPECT_EQ(Cli("frobnicate").status, 2);
+}
+
+// The printer's offsets and feeder through the same models as the tabs: a
+// question is answered No without a terminal and Yes with --yes, and what
+// the printer holds afterwards is printed. Card2's printer is put back.
+TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
+  ASSERT_TRUE(vkt_sandbox::Require());
+  CliRun refused = Cli("offsets Card2 --set 12,-4,3,0");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.err,
+            "Orvex Printer Settings: You are about to change the printer offset.Do you want to continue? [Yes/No] No\n"
+            "vkts3-cli: offsets not changed\n");
+  EXPECT_EQ(Cli("offsets Card2 --json").out,
+            "{\"queue\": \"Card2\", \"FrontX\": \"0\", \"FrontY\": \"0\", \"BackX\": \"0\", \"BackY\": \"0\"}\n");
+  CliRun set = Cli("offsets Card2 --set 12,-4,3,0 --yes");
+  EXPECT_EQ(set.status, 0) << set.err;
+  EXPECT_EQ(set.out, "FrontX: 12\nFrontY: -4\nBackX: 3\nBackY: 0\n");
+  EXPECT_EQ(Cli("offsets Card2 --set 0,0,0,0 --yes").status, 0);
+  EXPECT_EQ(Cli("offsets Card2 --set 1,2,3").status, 1);
+
+  EXPECT_EQ(Cli("feeder Card2").out, "card (Card feeder)\n");
+  CliRun feeder = Cli("feeder Card2 --set auto --json");
+  EXPECT_EQ(feeder.out, "{\"queue\": \"Card2\", \"feeder\": \"auto\", \"text\": \"Auto feed\"}\n");
+  EXPECT_EQ(feeder.err, "Orvex Printer Settings: Applying printer settings pease wait....\n");
+  EXPECT_EQ(Cli("feeder Card2 --set card").out, "card (Card feeder)\n");
+  EXPECT_EQ(Cli("feeder Card2 --set sideways").status, 1);
+
+  EXPECT_EQ(Cli("console Card2 V").out, "VKT32-M V1.02.03.016\n");
+  EXPECT_EQ(Cli("console Card2 XYZ").out, "<NACK>\n");
+  CliRun tooLong = Cli("console Card2 " + std::string(46, 'A'));
+  EXPECT_EQ(tooLong.status, 1);
+  EXPECT_EQ(tooLong.err,
+            "Orvex Printer Settings: The command is too long: a printer command can hold at most 45 characters.\n");
+  CliRun offline = Cli("eject VKTS31Ipp");
+  EXPECT_EQ(offline.status, 1);
+  EXPECT_EQ(offline.err, "vkts3-cli: VKTS31Ipp: Not able to launch printer properties.\n");
 }
 
 }  // namespace

@@ -1,0 +1,73 @@
+// The command-line tool's frame: parsed arguments, the command table, and the
+// helpers every command shares (output streams, opening a session, JSON).
+#pragma once
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "TerminalPrompter.h"
+
+class DeviceCommunication;
+
+namespace cli {
+
+// Exit statuses.
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kUsage = 2;
+
+struct Args {
+  std::vector<std::string> positional;                     // after the command name
+  std::map<std::string, std::vector<std::string>> values;  // --name VALUE, in order given
+  bool json = false;
+  bool yes = false;
+
+  bool Has(const std::string& name) const { return values.count(name) != 0; }
+  // The last value given for --name, or `fallback`.
+  std::string Value(const std::string& name, const std::string& fallback = {}) const;
+};
+
+// Where a command writes: its answer to `out` (standard output), notices and
+// failures to `err` (standard error). The library's own diagnostic lines go
+// elsewhere (nowhere, or standard error with --verbose).
+struct Io {
+  std::FILE* out;
+  std::FILE* err;
+  TerminalPrompter& prompter;
+};
+
+struct Command {
+  const char* name;
+  const char* synopsis;                   // the arguments after the name
+  const char* help;                       // what it does, one paragraph
+  std::vector<std::string> valueOptions;  // options that take a value ("--set", "--kind", ...)
+  int (*run)(Io& io, const Args& args);
+  int minPositional;
+  int maxPositional;  // -1: no limit
+};
+
+// Every command, in the order `--help` lists them.
+const std::vector<Command>& Commands();
+
+// Tells the reason on standard error and returns kFailed.
+int Fail(Io& io, const std::string& reason);
+
+// A session to the queue that answers, as the window's start-up would have
+// it; null (after telling why on standard error) when there is none.
+std::unique_ptr<DeviceCommunication> OpenSession(Io& io, const std::string& queue);
+
+// A JSON string literal of `text`.
+std::string JsonString(const std::string& text);
+
+// A progress bar on standard error when it is a terminal: "sent of total".
+void ShowProgress(Io& io, long long sent, long long total);
+void EndProgress(Io& io);
+
+// The command tables of each group.
+void AddInfoCommands(std::vector<Command>& commands);
+void AddToolsCommands(std::vector<Command>& commands);
+
+}  // namespace cli

@@ -20,7 +20,7 @@
 #include <map>
 #include <unistd.h>
 
-#include "CardSetupController.h"
+#include "ControlBinding.h"
 #include "DeviceSettingsController.h"
 #include "ToolsController.h"
 #include "EncodingController.h"
@@ -78,10 +78,9 @@ AppDelegate::AppDelegate(Prompter& prompter, Seams seams)
       ui_(std::make_unique<Ui::MainWindow>()) {
   InitResources();
   ui_->setupUi(window_.get());
-  // The form lists its two items; like the system's lists it starts with none chosen.
-  ui_->PrintOnBothside->setCurrentIndex(-1);
   hiLoCo_ = std::make_unique<RadioPair>(ui_->rdHighCo, ui_->rdLowCo);
-  cardSetup_ = std::make_unique<CardSetupController>(*this);
+  cardSetup_ = std::make_unique<CardSetupModel>();
+  BindCardSetup();
   encoding_ = std::make_unique<EncodingController>(*this);
   deviceSettings_ = std::make_unique<DeviceSettingsController>(*this);
   tools_ = std::make_unique<ToolsController>(*this);
@@ -109,7 +108,7 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
   redirectLogToDocuments();
 
   // 5-6.
-  bSettingSaved = false;
+  cardSetup_->bSettingSaved = false;
   IcongPath = kIconResource;
   urlIcon = IcongPath;
 
@@ -195,7 +194,7 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     PrinterName = rules.PrinterName;
     PrinterType = rules.PrinterType;
     bDualSide = rules.bDualSide;
-    ui_->PrintOnBothside->setEnabled(rules.bDualSide);
+    cardSetup_->PrintOnBothside.SetEnabled(rules.bDualSide);
     ui_->SmartCard->setText(Q(rules.SmartCard));
     if (!PrinterName.empty()) {
       ui_->modelname->setText(Q(PrinterName));
@@ -218,7 +217,7 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     ui_->FeederOption->RemoveAllItems();
     ui_->FeederOption->AddItems({"Card feeder", "Single feeder slot", "Auto feed"});
     ui_->FeederOption->SelectItemAtIndex(objDev_->GetFeederStatus());
-    ui_->RibbonCombinatioin->AddItem("Front K");
+    cardSetup_->RibbonCombinatioin.AddItem("Front K");
     ui_->leTrack1->setEnabled(false);
     ui_->leTrack2->setEnabled(false);
     ui_->leTrack3->setEnabled(false);
@@ -232,16 +231,14 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
   }
 
   // 26.
-  ui_->Rotate->RemoveAllItems();
-  ui_->Rotate->AddItems({"None", "Front", "Back", "Both"});
-  ui_->MonoChromeConv->RemoveAllItems();
-  ui_->MonoChromeConv->AddItems({"Diffusion", "Halftone", "Barcode", "Text"});
+  cardSetup_->FillOptionLists();
 
   // 27: the lists are filled without their handlers rewriting the monochrome option.
-  bChangeMonoChromeConvIndex = false;
+  cardSetup_->SetContext(MakeCardSetupContext());
+  cardSetup_->bChangeMonoChromeConvIndex = false;
   FillRibbonTypeComboBox();
   LoadPPDDefaultValues();
-  bChangeMonoChromeConvIndex = true;
+  cardSetup_->bChangeMonoChromeConvIndex = true;
 
   // 28.
   ui_->PrinterFeedOptionApplyBtn->setEnabled(false);
@@ -318,7 +315,7 @@ bool AppDelegate::applicationShouldTerminateAfterLastWindowClosed() {
 
 void AppDelegate::OnClickCloseButton() {
   // A ribbon confirmed in the ribbon-change alert reaches the driver even without Apply.
-  if (!bSettingSaved) cardSetup_->StoreRibbonOnClose();
+  if (!cardSetup_->bSettingSaved) cardSetup_->StoreRibbonOnClose();
   EndSession();
   Quit();
 }
@@ -426,14 +423,45 @@ void AppDelegate::EnableApplyButton() { cardSetup_->EnableApplyButton(); }
 void AppDelegate::SingleFeedComboBoxAction() { deviceSettings_->SingleFeedComboBoxAction(); }
 
 void AppDelegate::RegisterListHandlers() {
-  // One registration each; TypeOfRibbon reaches RibbonTypeChanged before EnableApplyButton.
-  connect(ui_->PrintOnBothside, &VktComboBox::SelectionDidChange, this, [this] { CardSetup_PrintOnBothSide(); });
-  connect(ui_->TypeOfRibbon, &VktComboBox::SelectionDidChange, this, [this] { RibbonTypeChanged(); });
-  connect(ui_->RibbonCombinatioin, &VktComboBox::SelectionDidChange, this, [this] { RibbonCombinatioinGotFocus(); });
-  for (VktComboBox* list : {ui_->MonoChromeConv, ui_->Rotate, ui_->PrintingMode, ui_->TypeOfRibbon}) {
-    connect(list, &VktComboBox::SelectionDidChange, this, [this] { EnableApplyButton(); });
-  }
+  // The card setup's rules live on its controls; they need start-up's facts.
+  cardSetup_->SetContext(MakeCardSetupContext());
+  cardSetup_->RegisterListHandlers();
   connect(ui_->FeederOption, &VktComboBox::SelectionDidChange, this, [this] { SingleFeedComboBoxAction(); });
+}
+
+CardSetupContext AppDelegate::MakeCardSetupContext() {
+  CardSetupContext context;
+  context.driverSettings = objPPDHelper_.get();
+  context.session = objDev_.get();
+  context.prompter = &prompter_;
+  context.icon = urlIcon;
+  context.printerType = PrinterType;
+  context.reportedRibbon = strRibbonType;
+  // Apply also writes the offsets of the device-settings tab and the serial
+  // number as its label shows it.
+  context.applyExtras = [this] {
+    CardSetupApplyExtras extras;
+    const QLineEdit* fields[] = {ui_->leFrontX, ui_->leFrontY, ui_->leBackX, ui_->leBackY};
+    for (size_t i = 0; i < 4; ++i) extras.offsets[i] = std::atoi(fields[i]->text().toUtf8().constData());
+    extras.serialLabel = ui_->SerialNum->text().toStdString();
+    return extras;
+  };
+  return context;
+}
+
+void AppDelegate::BindCardSetup() {
+  using namespace control_binding;
+  CardSetupModel& model = *cardSetup_;
+  BindList(model.PrintOnBothside, ui_->PrintOnBothside);
+  BindList(model.TypeOfRibbon, ui_->TypeOfRibbon);
+  BindList(model.RibbonCombinatioin, ui_->RibbonCombinatioin);
+  BindList(model.MonoChromeConv, ui_->MonoChromeConv);
+  BindList(model.Rotate, ui_->Rotate);
+  BindList(model.PrintingMode, ui_->PrintingMode);
+  BindCheckBox(model.chBoxAutoDetect, ui_->chBoxAutoDetect, [&model] { model.chBoxAutoDetectClicked(); });
+  BindButton(model.ApplySettingsBtn, ui_->ApplySettingsBtn, [&model] { model.SaveSettings(); });
+  connect(ui_->CardSetupRestoreDefaultsBtn, &QPushButton::clicked, this,
+          [&model] { model.CardSetupRestoreDefaults(); });
 }
 
 void AppDelegate::ConnectActions() {

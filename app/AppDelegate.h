@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 
+#include "CardSetupModel.h"
 #include "DeviceCommunication.h"
 #include "PPDHelper.h"
 #include "Prompter.h"
@@ -21,7 +22,6 @@ class QMainWindow;
 class QWidget;
 class PrinterLauncher;
 class RadioPair;
-class CardSetupController;
 class EncodingController;
 class DeviceSettingsController;
 class ToolsController;
@@ -113,7 +113,7 @@ class AppDelegate : public QObject {
   DeviceCommunication* objDev() { return objDev_.get(); }
   PPDHelper* objPPDHelper() { return objPPDHelper_.get(); }
   RadioPair& HiLoCo() { return *hiLoCo_; }
-  CardSetupController& CardSetup() { return *cardSetup_; }
+  CardSetupModel& CardSetup() { return *cardSetup_; }
   EncodingController& Encoding() { return *encoding_; }
   DeviceSettingsController& DeviceSettings() { return *deviceSettings_; }
   ToolsController& Tools() { return *tools_; }
@@ -129,8 +129,6 @@ class AppDelegate : public QObject {
   std::string PPDFileName;
   std::string IcongPath;  // the alert icon
   std::string urlIcon;    // the icon alerts carry; cleared when the session ends
-  bool bSettingSaved = false;
-  bool bChangeMonoChromeConvIndex = true;
   std::array<int, 4> pOffset{};  // front X, front Y, back X, back Y
   std::string FirmwareFile;
   std::string PrnFileName;
@@ -139,6 +137,9 @@ class AppDelegate : public QObject {
   void EndSession();
   void RemoveTab(QWidget* tab);
   void RegisterListHandlers();
+  // The card setup's view of start-up's facts, and its controls on the form.
+  CardSetupContext MakeCardSetupContext();
+  void BindCardSetup();
   void ConnectActions();
   void ShowMainWindow();
   void OpenChildWindow(const std::function<std::unique_ptr<QDialog>(const std::string&, QWidget*)>& make,
@@ -154,7 +155,7 @@ class AppDelegate : public QObject {
   std::unique_ptr<DeviceCommunication> objDev_;
   std::unique_ptr<PPDHelper> objPPDHelper_;
   std::unique_ptr<PrinterLauncher> PrinterLauncherController;
-  std::unique_ptr<CardSetupController> cardSetup_;
+  std::unique_ptr<CardSetupModel> cardSetup_;
   std::unique_ptr<EncodingController> encoding_;
   std::unique_ptr<DeviceSettingsController> deviceSettings_;
   std::unique_ptr<ToolsController> tools_;

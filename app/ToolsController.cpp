@@ -9,7 +9,6 @@
 #include <QPushButton>
 
 #include "AppDelegate.h"
-#include "CardSetupController.h"
 #include "FilePanels.h"
 #include "FirmwareDownload.h"
 #include "Maintenance.h"
@@ -49,7 +48,7 @@ void ToolsController::PrintTestCardBtn() { ProcessTestCard(app_.ui().PrintTestCa
 void ToolsController::ProcessTestCard(int kind) {
   // The card is printed in the colours of the combination chosen on the card-setup tab.
   const int ribbonIndex =
-      app_.CardSetup().ComboIndexToPPDRibbonCombiIndex(app_.ui().RibbonCombinatioin->ObjectValueOfSelectedItem());
+      app_.CardSetup().ComboIndexToPPDRibbonCombiIndex(app_.CardSetup().RibbonCombinatioin.ObjectValueOfSelectedItem());
   const TestCardPrinter::Result result = testCardPrint_(kind, ribbonIndex, app_.bDualSide);
   if (result == TestCardPrinter::Result::kUnknownQueue) {
     app_.prompter().Show(app_.printerNameRef, TestCardPrinter::UnknownQueueMessage(app_.printerName), {"OK"},

@@ -122,7 +122,7 @@ TEST_F(CardSetupApply, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
 
   EXPECT_TRUE(prompter_.prompts.empty());
   EXPECT_FALSE(ui.ApplySettingsBtn->isEnabled());
-  EXPECT_TRUE(app_->bSettingSaved);
+  EXPECT_TRUE(app_->CardSetup().bSettingSaved);
   Edits edits = Identity();
   edits.push_back({"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 3Both"});
   edits.push_back({"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"});

@@ -217,7 +217,7 @@ TEST_F(CardSetupOptions, ApplyWithTheServiceDownShowsTheAuthenticationMessage) {
   EXPECT_EQ(prompter_.prompts[0].message, "Authentication Error. Printer Settings are not saved");
   EXPECT_EQ(prompter_.prompts[0].buttons, std::vector<std::string>{"Ok"});
   EXPECT_TRUE(ui.ApplySettingsBtn->isEnabled());
-  EXPECT_TRUE(app->bSettingSaved);
+  EXPECT_TRUE(app->CardSetup().bSettingSaved);
   // The user's choices stay for another try; the PPD is untouched.
   EXPECT_EQ(ui.Rotate->IndexOfSelectedItem(), 3);
   EXPECT_EQ(app_test::ReadFile(PpdPath()), ppdText_);

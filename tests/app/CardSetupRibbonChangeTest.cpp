@@ -136,7 +136,7 @@ TEST_F(RibbonChange, AChangedRibbonIsShownWithItsCombinations) {
   EXPECT_EQ(ui.MonoChromeConv->IndexOfSelectedItem(), 0);
   // Nothing to apply after loading: Close stores the printer's ribbon.
   EXPECT_FALSE(ui.ApplySettingsBtn->isEnabled());
-  EXPECT_FALSE(app->bSettingSaved);
+  EXPECT_FALSE(app->CardSetup().bSettingSaved);
 
   ui.tabview->setCurrentWidget(ui.CardSetupTab);
   const QString folder = VKT_SCREENSHOT_DIR;

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "AppTestSupport.h"
-#include "CardSetupController.h"
+#include "CardSetupModel.h"
 #include "RecordingWaits.h"
 #include "ScriptedPrompter.h"
 #include "ui_MainWindow.h"

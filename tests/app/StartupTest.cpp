@@ -17,7 +17,7 @@
 #include <fstream>
 
 #include "AppTestSupport.h"
-#include "CardSetupController.h"
+#include "CardSetupModel.h"
 #include "RadioPair.h"
 #include "RecordingWaits.h"
 #include "ScriptedPrompter.h"
@@ -153,8 +153,8 @@ TEST_F(StartupTest, Series32FillsEveryTabAndThePrinterInformation) {
   EXPECT_EQ(ui.cleaningcombobox->IndexOfSelectedItem(), 0);
   EXPECT_TRUE(ui.rdHighCo->isChecked());
   EXPECT_FALSE(ui.rdLowCo->isChecked());
-  EXPECT_TRUE(app->bChangeMonoChromeConvIndex);
-  EXPECT_FALSE(app->bSettingSaved);
+  EXPECT_TRUE(app->CardSetup().bChangeMonoChromeConvIndex);
+  EXPECT_FALSE(app->CardSetup().bSettingSaved);
   EXPECT_FALSE(ui.orveximage->pixmap().isNull());
   EXPECT_FALSE(ui.orvexLogo->pixmap().isNull());
 }
@@ -370,8 +370,11 @@ TEST_F(StartupTest, RegisteredListHandlersFollowSelections) {
   ui.FeederOption->SelectItemAtIndex(0);  // the printer's own mode again
   EXPECT_FALSE(ui.PrinterFeedOptionApplyBtn->isEnabled());
 
+  // Items the model adds show on the widget; a selection on the widget runs
+  // the model's handlers.
   const int first = ui.TypeOfRibbon->NumberOfItems();
-  ui.TypeOfRibbon->AddItems({"Unknown", "YMCKO 200"});
+  app->CardSetup().TypeOfRibbon.AddItems({"Unknown", "YMCKO 200"});
+  ASSERT_EQ(ui.TypeOfRibbon->ItemAt(first + 1), "YMCKO 200");
   ui.TypeOfRibbon->SelectItemAtIndex(first + 1);
   EXPECT_TRUE(ui.ApplySettingsBtn->isEnabled());
   ui.TypeOfRibbon->SelectItemAtIndex(first);

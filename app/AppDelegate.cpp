@@ -217,7 +217,6 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     ui_->FeederOption->RemoveAllItems();
     ui_->FeederOption->AddItems({"Card feeder", "Single feeder slot", "Auto feed"});
     ui_->FeederOption->SelectItemAtIndex(objDev_->GetFeederStatus());
-    cardSetup_->RibbonCombinatioin.AddItem("Front K");
     ui_->leTrack1->setEnabled(false);
     ui_->leTrack2->setEnabled(false);
     ui_->leTrack3->setEnabled(false);
@@ -230,15 +229,10 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     ui_->prnSendBtn->setEnabled(false);
   }
 
-  // 26.
-  cardSetup_->FillOptionLists();
-
-  // 27: the lists are filled without their handlers rewriting the monochrome option.
+  // Card setup: its lists, the stored driver defaults and the ribbon check
+  // (the list rules only when the printer answered).
   cardSetup_->SetContext(MakeCardSetupContext());
-  cardSetup_->bChangeMonoChromeConvIndex = false;
-  FillRibbonTypeComboBox();
-  LoadPPDDefaultValues();
-  cardSetup_->bChangeMonoChromeConvIndex = true;
+  cardSetup_->StartUp(!skipToLists);
 
   // 28.
   ui_->PrinterFeedOptionApplyBtn->setEnabled(false);
@@ -423,9 +417,6 @@ void AppDelegate::EnableApplyButton() { cardSetup_->EnableApplyButton(); }
 void AppDelegate::SingleFeedComboBoxAction() { deviceSettings_->SingleFeedComboBoxAction(); }
 
 void AppDelegate::RegisterListHandlers() {
-  // The card setup's rules live on its controls; they need start-up's facts.
-  cardSetup_->SetContext(MakeCardSetupContext());
-  cardSetup_->RegisterListHandlers();
   connect(ui_->FeederOption, &VktComboBox::SelectionDidChange, this, [this] { SingleFeedComboBoxAction(); });
 }
 

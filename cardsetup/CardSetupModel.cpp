@@ -48,6 +48,18 @@ void CardSetupModel::FillOptionLists() {
   MonoChromeConv.AddItems({"Diffusion", "Halftone", "Barcode", "Text"});
 }
 
+void CardSetupModel::StartUp(bool withPrinter) {
+  if (withPrinter) {
+    RegisterListHandlers();
+    RibbonCombinatioin.AddItem("Front K");
+  }
+  FillOptionLists();
+  bChangeMonoChromeConvIndex = false;
+  FillRibbonTypeComboBox();
+  LoadPPDDefaultValues();
+  bChangeMonoChromeConvIndex = true;
+}
+
 // ---------------------------------------------------------------- catalog
 
 void CardSetupModel::FillRibbonTypeComboBox() {

@@ -56,6 +56,13 @@ class CardSetupModel {
   // The fixed lists of a fresh card setup: rotations and conversions.
   void FillOptionLists();
 
+  // Start-up's part of the card setup, with the context set: with a printer,
+  // the list rules and the "Front K" item; in every case the option lists,
+  // the ribbon catalog and the stored defaults (whose loading ends with the
+  // ribbon-change check), filled without the lists' handlers rewriting the
+  // monochrome choice.
+  void StartUp(bool withPrinter);
+
   // ---- ribbon catalog ----
   void FillRibbonTypeComboBox();
   int ComboIndexToPPDRibbonIndex(const std::optional<std::string>& text) const;

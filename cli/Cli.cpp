@@ -66,6 +66,7 @@ const std::vector<Command>& Commands() {
   static const std::vector<Command> commands = [] {
     std::vector<Command> all;
     AddInfoCommands(all);
+    AddCardSetupCommands(all);
     AddToolsCommands(all);
     return all;
   }();

@@ -69,5 +69,6 @@ void EndProgress(Io& io);
 // The command tables of each group.
 void AddInfoCommands(std::vector<Command>& commands);
 void AddToolsCommands(std::vector<Command>& commands);
+void AddCardSetupCommands(std::vector<Command>& commands);
 
 }  // namespace cli

@@ -121,4 +121,25 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
   EXPECT_EQ(offline.err, "vkts3-cli: VKTS31Ipp: Not able to launch printer properties.\n");
 }
 
+// The card setup as the window shows it, read by a user who may not read
+// the PPD; a value the list does not offer is refused with those it does,
+// and a save by a user outside the admin group fails with the window's alert.
+TEST(Cli, CardSetupShowsTheStoredDefaultsAndReportsARefusedSave) {
+  ASSERT_TRUE(vkt_sandbox::Require());
+  const std::string original = vkt_sandbox::InstalledPpd("Card2");
+  CliRun shown = Cli("card-setup Card2 --json");
+  EXPECT_EQ(shown.status, 0) << shown.err;
+  EXPECT_EQ(shown.out,
+            "{\"queue\": \"Card2\", \"both-sides\": \"Yes\", \"ribbon\": \"YMCKO 100 Prints\", \"combination\": "
+            "\"Front YMCO , Back K\", \"mono\": \"Diffusion\", \"rotate\": \"None\", \"mode\": \"Print\", "
+            "\"half-panel\": \"0\"}\n");
+  CliRun wrong = Cli("card-setup Card2 --set rotate=Sideways");
+  EXPECT_EQ(wrong.status, 1);
+  EXPECT_EQ(wrong.err, "vkts3-cli: rotate=Sideways is not offered; valid: None, Front, Back, Both\n");
+  CliRun refused = Cli("card-setup Card2 --set rotate=Both");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.err, "Save Printer Settings: Authentication Error. Printer Settings are not saved\n");
+  EXPECT_EQ(vkt_sandbox::InstalledPpd("Card2"), original);
+}
+
 }  // namespace

@@ -1,0 +1,152 @@
+// card-setup: the driver defaults of the card-setup tab, shown and applied
+// through the same model as the window.
+#include <array>
+#include <cstdlib>
+#include <string>
+
+#include "CardSetupModel.h"
+#include "Cli.h"
+#include "DeviceCommunication.h"
+#include "DeviceSettings.h"
+#include "PPDHelper.h"
+#include "Paths.h"
+#include "PrinterInformation.h"
+
+namespace cli {
+namespace {
+
+// The --set names, in the order they are applied: a ribbon rebuilds the
+// combinations, a combination the monochrome list, both sides the rotations
+// and modes, so the lists further down are set last.
+struct Setting {
+  const char* name;
+  ListControl CardSetupModel::*list;  // null for the half-panel check box
+};
+constexpr std::array<Setting, 7> kSettings{{
+    {"both-sides", &CardSetupModel::PrintOnBothside},
+    {"ribbon", &CardSetupModel::TypeOfRibbon},
+    {"combination", &CardSetupModel::RibbonCombinatioin},
+    {"mono", &CardSetupModel::MonoChromeConv},
+    {"rotate", &CardSetupModel::Rotate},
+    {"mode", &CardSetupModel::PrintingMode},
+    {"half-panel", nullptr},
+}};
+
+std::string Shown(const CardSetupModel& model, const Setting& setting) {
+  if (!setting.list) return model.chBoxAutoDetect.IsChecked() ? "1" : "0";
+  return (model.*setting.list).ObjectValueOfSelectedItem().value_or("");
+}
+
+// Sets one control as the user would; the reason on failure.
+std::string Set(CardSetupModel& model, const Setting& setting, const std::string& value) {
+  if (!setting.list) {
+    if (value != "0" && value != "1") return std::string(setting.name) + " takes 0 or 1, not " + value;
+    if (!model.chBoxAutoDetect.IsEnabled()) return std::string(setting.name) + " cannot be changed for this ribbon";
+    model.chBoxAutoDetect.SetChecked(value == "1");
+    model.chBoxAutoDetectClicked();
+    return {};
+  }
+  ListControl& list = model.*setting.list;
+  std::string valid;
+  for (int i = 0; i < list.NumberOfItems(); ++i) {
+    if (list.ItemAt(i) == value) {
+      if (!list.IsEnabled()) return std::string(setting.name) + " cannot be changed now (it follows the printer)";
+      list.SelectItemAtIndex(i);
+      return {};
+    }
+    valid += (valid.empty() ? "" : ", ") + list.ItemAt(i);
+  }
+  return std::string(setting.name) + "=" + value + " is not offered; valid: " + valid;
+}
+
+int CardSetup(Io& io, const Args& args) {
+  const std::string& queue = args.positional[0];
+  // NAME=VALUE pairs, checked for known names before anything is asked.
+  std::array<std::optional<std::string>, kSettings.size()> wanted;
+  for (const std::string& pair : args.values.count("set") ? args.values.at("set") : std::vector<std::string>{}) {
+    const size_t equals = pair.find('=');
+    bool known = false;
+    for (size_t i = 0; i < kSettings.size() && equals != std::string::npos; ++i) {
+      if (pair.compare(0, equals, kSettings[i].name) == 0 && equals == std::string(kSettings[i].name).size()) {
+        wanted[i] = pair.substr(equals + 1);
+        known = true;
+      }
+    }
+    if (!known)
+      return Fail(io,
+                  "--set takes NAME=VALUE with NAME one of both-sides, ribbon, combination, half-panel, mono, "
+                  "rotate, mode; not " +
+                      pair);
+  }
+
+  auto session = OpenSession(io, queue);
+  if (!session) return kFailed;
+  PPDHelper driverSettings;
+  driverSettings.InitPPD(vkt_paths::PpdPathForQueue(queue));
+  if (!driverSettings.IsLoaded()) return Fail(io, queue + ": Not able to launch printer properties.");
+
+  // What the window's start-up asks before it shows the card setup.
+  const PrinterInformation info = PrinterInformation::Read(*session);
+  const PrinterModelRules rules = info.Model();
+  DeviceSettings device({session.get(), io.prompter, {}});
+  const std::array<std::string, 4> offsetTexts = device.ReadOffsets();
+
+  CardSetupModel model;
+  CardSetupContext context;
+  context.driverSettings = &driverSettings;
+  context.session = session.get();
+  context.prompter = &io.prompter;
+  context.printerType = rules.PrinterType;
+  context.reportedRibbon = info.RibbonType;
+  context.applyExtras = [&] {
+    CardSetupApplyExtras extras;
+    for (size_t i = 0; i < 4; ++i) extras.offsets[i] = std::atoi(offsetTexts[i].c_str());
+    extras.serialLabel = info.SerialNum;
+    return extras;
+  };
+  model.SetContext(context);
+  model.PrintOnBothside.SetEnabled(rules.bDualSide);
+  model.StartUp(true);
+
+  bool changing = false;
+  for (size_t i = 0; i < kSettings.size(); ++i) {
+    if (!wanted[i]) continue;
+    changing = true;
+    const std::string problem = Set(model, kSettings[i], *wanted[i]);
+    if (!problem.empty()) return Fail(io, problem);
+  }
+  if (changing) {
+    const int saved = model.SaveSettings();
+    if (saved < 0) return kFailed;  // the alert said why
+    if (saved == 0) std::fprintf(io.err, "The driver defaults already hold these settings.\n");
+  }
+
+  if (args.json) {
+    std::string out = "{\"queue\": " + JsonString(queue);
+    for (const Setting& setting : kSettings)
+      out += std::string(", \"") + setting.name + "\": " + JsonString(Shown(model, setting));
+    std::fprintf(io.out, "%s}\n", out.c_str());
+  } else {
+    for (const Setting& setting : kSettings)
+      std::fprintf(io.out, "%s: %s\n", setting.name, Shown(model, setting).c_str());
+  }
+  return kDone;
+}
+
+}  // namespace
+
+void AddCardSetupCommands(std::vector<Command>& commands) {
+  commands.push_back({"card-setup",
+                      "QUEUE [--set NAME=VALUE]... [--json]",
+                      "Prints the driver defaults of the card-setup tab as the window shows them (both-sides, ribbon, "
+                      "combination, mono, rotate, mode, half-panel). With --set, chooses values as a user would, in "
+                      "that order, and applies them to the queue's PPD through the PPD service. Values are the texts "
+                      "of the window's lists (half-panel takes 0 or 1); a value a list does not offer is refused "
+                      "with the ones it does.",
+                      {"set"},
+                      CardSetup,
+                      1,
+                      1});
+}
+
+}  // namespace cli

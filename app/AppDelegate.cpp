@@ -97,22 +97,22 @@ AppDelegate::AppDelegate(Prompter& prompter, Seams seams)
 AppDelegate::~AppDelegate() { EndSession(); }
 
 AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
-  // 1-3: About text and the operating system's name and version.
+  // Phase "about": the About text and the operating system's name and version.
   ui_->txtVersionInfo->setAlignment(Qt::AlignCenter);
   ui_->txtVersionInfo->setText(Q(StringPrintf("%s\n\nVersion %s (dt. %s)\n\n%s", kAboutProduct, kBuildVersion,
                                               kBuildDate, kAboutClosing)));
   ui_->lblMacOSXVersionTxt->setText(Q(OperatingSystemVersion()));
 
-  // 4: a fresh log for each run.
+  // Phase "log": a fresh log for each run.
   PPDHelper::DeleteFile(GetLogFilePath());
   redirectLogToDocuments();
 
-  // 5-6.
+  // Phase "state": nothing applied yet; the alerts' icon.
   cardSetup_->bSettingSaved = false;
   IcongPath = kIconResource;
   urlIcon = IcongPath;
 
-  // 7-10: the chooser, unless the queue was given.
+  // Phase "choose": the chooser, unless the queue was given.
   if (seams_.queue.empty()) {
     PrinterLauncherController = seams_.makeLauncher(prompter_);
     if (!PrinterLauncherController) {
@@ -135,11 +135,10 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     return StartupResult::kStopped;
   }
 
-  // 11: the logo of the About tab.
+  // Phase "window": the About logo, the title, the text hooks.
   ui_->orveximage->setPixmap(
       QPixmap(kLogoResource).scaled(QSize(340, 120), Qt::KeepAspectRatio, Qt::SmoothTransformation));
 
-  // 12-13.
   window_->setWindowTitle(Q(printerName + " Printer Properties"));
   printerNameRef = printerName;
   for (QLineEdit* field : {ui_->leTrack1, ui_->leTrack2, ui_->leTrack3, ui_->leFrontX, ui_->leFrontY, ui_->leBackX,
@@ -150,14 +149,14 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
   ui_->FWDownloadBtn->setEnabled(false);
   ui_->prnSendBtn->setEnabled(false);
 
-  // 14: the session.
+  // Phase "session": the printer session of the queue.
   objDev_ = seams_.makeSession(printerName);
   if (!objDev_ || !objDev_->Transport()) {
     prompter_.Show("", kNotAbleToLaunch, {"OK"}, Prompter::Level::kNote);
     return StartupResult::kStopped;
   }
 
-  // 15: a printer that does not answer leaves only the About tab.
+  // Phase "answer": a printer that does not answer leaves only the About tab.
   bool skipToLists = false;
   if (objDev_->GetDeviceStatusInfo() < 1) {
     int answer = prompter_.Show(printerName, kOfflineMessage, {"OK"}, Prompter::Level::kNote, urlIcon);
@@ -173,14 +172,14 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
   }
 
   if (!skipToLists) {
-    // 16-17.
+    // Phase "driver settings": the main window shows, the PPD is read.
     ShowMainWindow();
     PPDFileName = vkt_paths::PpdPathForQueue(printerName);
     objPPDHelper_ = std::make_unique<PPDHelper>();
 
-    // 18. The driver settings come from the installed PPD, or for a user who
-    // may not read it from the scheduler's copy; with neither there is
-    // nothing to set up.
+    // The driver settings come from the installed PPD, or for a user who may
+    // not read it from the scheduler's copy; with neither there is nothing
+    // to set up.
     objPPDHelper_->InitPPD(PPDFileName);
     if (!objPPDHelper_->IsLoaded()) {
       prompter_.Show("", kNotAbleToLaunch, {"OK"}, Prompter::Level::kNote);
@@ -189,7 +188,7 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     FillPrinterInformation();
     hiLoCo_->SelectFirst();
 
-    // 19-20: the model and its options.
+    // Phase "model": the printer model and its options, from the firmware.
     PrinterModelRules rules = PrinterModelRules::Decide(frmVersion, PrinterType);
     PrinterName = rules.PrinterName;
     PrinterType = rules.PrinterType;
@@ -202,18 +201,17 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
       if (!rules.magEncoder) RemoveTab(ui_->EncodingTab);
     }
 
-    // 21.
+    // Phase "tabs": logos, encoder settings, list rules, feeder, offsets.
     QPixmap logo(kLogoResource);
     for (QLabel* view : {ui_->orvexLogo, ui_->OrvexLogo1, ui_->orvexlogo2, ui_->OrvexLogoForTools}) {
       view->setPixmap(logo.scaled(view->maximumSize().boundedTo(QSize(220, 90)), Qt::KeepAspectRatio,
                                   Qt::SmoothTransformation));
     }
 
-    // 22-23.
     SetMagUIAdvSettings();
     RegisterListHandlers();
 
-    // 24: the feeder list follows the printer's mode.
+    // The feeder list follows the printer's mode.
     ui_->FeederOption->RemoveAllItems();
     ui_->FeederOption->AddItems({"Card feeder", "Single feeder slot", "Auto feed"});
     ui_->FeederOption->SelectItemAtIndex(objDev_->GetFeederStatus());
@@ -221,7 +219,6 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     ui_->leTrack2->setEnabled(false);
     ui_->leTrack3->setEnabled(false);
 
-    // 25.
     GetOffsetFromPrinter();
     ui_->PrintTestCardcombo->SelectItemAtIndex(0);
     ui_->cleaningcombobox->SelectItemAtIndex(0);
@@ -229,12 +226,12 @@ AppDelegate::StartupResult AppDelegate::applicationDidFinishLaunching() {
     ui_->prnSendBtn->setEnabled(false);
   }
 
-  // Card setup: its lists, the stored driver defaults and the ribbon check
+  // Phase "card setup": its lists, the stored driver defaults and the ribbon check
   // (the list rules only when the printer answered).
   cardSetup_->SetContext(MakeCardSetupContext());
   cardSetup_->StartUp(!skipToLists);
 
-  // 28.
+  // Phase "ready".
   ui_->PrinterFeedOptionApplyBtn->setEnabled(false);
   return StartupResult::kReady;
 }
@@ -273,24 +270,6 @@ void AppDelegate::FillPrinterInformation() {
   ui_->PannelPrinted->setText(Q(info.PannelPrinted));
   ui_->RibbonTypes->setText(strRibbonType ? Q(*strRibbonType) : QString());
   ui_->RemainingCount->setText(Q(info.RemainingCount));
-}
-
-std::vector<std::string> AppDelegate::GetPanelsPrintedAndPrinterError() {
-  std::vector<std::string> parts;
-  if (!objDev_) return parts;
-  static const char kPanels[] = "\x1b!NL\r";
-  static const char kReplyRequest[] = "\x1b" "E 2\r";
-  objDev_->WriteToPrinter(kPanels, 5);
-  objDev_->WriteToPrinter(kReplyRequest, 5);
-  std::string reply = objDev_->ReadFromPrinter().value_or("");
-  size_t start = 0;
-  while (true) {
-    size_t space = reply.find(' ', start);
-    parts.push_back(reply.substr(start, space - start));
-    if (space == std::string::npos) break;
-    start = space + 1;
-  }
-  return parts;
 }
 
 std::string AppDelegate::TrimString(const std::string& text) { return DeviceCommunication::TrimString(text); }

@@ -75,7 +75,6 @@ class AppDelegate : public QObject {
   std::string GetLogFilePath() const;
   void redirectLogToDocuments();
   void FillPrinterInformation();
-  std::vector<std::string> GetPanelsPrintedAndPrinterError();
   static std::string TrimString(const std::string& text);
   // Ends the session and answers that the application may quit.
   bool applicationShouldTerminateAfterLastWindowClosed();

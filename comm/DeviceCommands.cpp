@@ -7,13 +7,14 @@
 
 #include "DeviceCommunication.h"
 #include "Log.h"
+#include "PrinterProtocol.h"
 
 namespace {
 constexpr char kAck = 0x06;
 constexpr char kNak = 0x15;
 constexpr char kEot = 0x04;
-constexpr char kReplyRequest[] = "\x1b" "E 2\r";
-constexpr int kReplyRequestLength = 5;
+using printer_protocol::kReplyRequest;
+using printer_protocol::kReplyRequestLength;
 
 const char kNoTransport[] = "NA";
 const char kNakReply[] = "None";

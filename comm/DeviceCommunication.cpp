@@ -10,6 +10,7 @@
 #include "CupsHandles.h"
 #include "EthernetCommunication.h"
 #include "Log.h"
+#include "PrinterProtocol.h"
 #include "USBCommunication.h"
 #include "Waits.h"
 
@@ -155,9 +156,8 @@ std::optional<std::string> DeviceCommunication::ReadFromPrinter() {
 }
 
 std::optional<std::string> DeviceCommunication::AskPrinter(const char* command, int length) {
-  static constexpr char kReplyRequest[] = "\x1b" "E 2\r";
   WriteToPrinter(command, length);
-  WriteToPrinter(kReplyRequest, 5);
+  WriteToPrinter(printer_protocol::kReplyRequest, printer_protocol::kReplyRequestLength);
   return ReadFromPrinter();
 }
 

@@ -4,18 +4,21 @@
 
 #include <cstring>
 
+#include "PrinterProtocol.h"
+
 namespace {
 constexpr char kAck = 0x06;
 constexpr char kNak = 0x15;
 constexpr char kResetCommand[] = "\x1b.\r";       // 3 bytes
-constexpr char kReplyRequest[] = "\x1b" "E 2\r";  // 5 bytes
+using printer_protocol::kReplyRequest;
+using printer_protocol::kReplyRequestLength;
 
 char FirstByte(const ReplyBuffer& buffer) { return buffer ? buffer[0] : '\0'; }
 }  // namespace
 
 void VKTS3Communication::RunFlushHandshake() {
   SendDataToPrinter(kResetCommand, 3);
-  SendDataToPrinter(kReplyRequest, 5);
+  SendDataToPrinter(kReplyRequest, kReplyRequestLength);
   ReplyBuffer reply;
   int count = GetDataFromPrinter(&reply);
   if (count >= 0 && FirstByte(reply) == kAck) return;
@@ -25,7 +28,7 @@ void VKTS3Communication::RunFlushHandshake() {
   // wait of the transport.
   do {
     SendDataToPrinter(kResetCommand, 3);
-    SendDataToPrinter(kReplyRequest, 5);
+    SendDataToPrinter(kReplyRequest, kReplyRequestLength);
     reply.reset();
     count = GetDataFromPrinter(&reply);
     if (count == -1) return;

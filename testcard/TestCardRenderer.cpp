@@ -95,9 +95,7 @@ QImage TestCardRenderer::Compose(int kind, int colorFlag, const std::vector<Test
 std::string TestCardRenderer::QueryPrinter(const std::string& command) {
   if (device_ == nullptr) return {};
   const std::string bytes = "\x1b" + command + "\r";
-  device_->WriteToPrinter(bytes.data(), static_cast<int>(bytes.size()));
-  device_->WriteToPrinter("\x1b" "E 2\r", 5);
-  return device_->ReadFromPrinter().value_or(std::string());
+  return device_->AskPrinter(bytes.data(), static_cast<int>(bytes.size())).value_or(std::string());
 }
 
 std::vector<std::string> TestCardRenderer::GetPanelsPrintedAndPrinterError() {

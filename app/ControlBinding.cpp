@@ -2,6 +2,7 @@
 #include "ControlBinding.h"
 
 #include <QAbstractButton>
+#include <QLineEdit>
 #include <QStringList>
 #include <memory>
 
@@ -54,6 +55,19 @@ void BindButton(ToggleControl& control, QAbstractButton* widget, std::function<v
   auto show = [&control, widget] { widget->setEnabled(control.IsEnabled()); };
   control.Observe(show);
   QObject::connect(widget, &QAbstractButton::clicked, widget, [clicked](bool) { clicked(); });
+  show();
+}
+
+void BindText(TextControl& control, QLineEdit* widget, std::function<void(const std::string&)> edited) {
+  auto show = [&control, widget] {
+    const QString text = QString::fromStdString(control.Text());
+    if (widget->text() != text) widget->setText(text);
+    widget->setEnabled(control.IsEnabled());
+  };
+  control.Observe(show);
+  // textEdited: the user's edits only; the program's setText above is not one.
+  QObject::connect(widget, &QLineEdit::textEdited, widget,
+                   [edited](const QString& text) { edited(text.toStdString()); });
   show();
 }
 

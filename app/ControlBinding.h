@@ -3,11 +3,14 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 class ListControl;
+class TextControl;
 class ToggleControl;
 class VktComboBox;
 class QAbstractButton;
+class QLineEdit;
 
 namespace control_binding {
 
@@ -22,5 +25,10 @@ void BindCheckBox(ToggleControl& control, QAbstractButton* widget, std::function
 
 // The button's enabled state follows the control; a click runs `clicked`.
 void BindButton(ToggleControl& control, QAbstractButton* widget, std::function<void()> clicked);
+
+// The line edit shows the control's text and enabled state; the user's edits
+// (not the program's) go to `edited` with the widget's new text, which
+// decides what the control keeps.
+void BindText(TextControl& control, QLineEdit* widget, std::function<void(const std::string&)> edited);
 
 }  // namespace control_binding

@@ -52,3 +52,17 @@ void ToggleControl::SetEnabled(bool enabled) {
 void ToggleControl::Changed() {
   for (size_t i = 0; i < views_.size(); ++i) views_[i]();
 }
+
+void TextControl::SetText(const std::string& text) {
+  text_ = text;
+  Changed();
+}
+
+void TextControl::SetEnabled(bool enabled) {
+  enabled_ = enabled;
+  Changed();
+}
+
+void TextControl::Changed() {
+  for (size_t i = 0; i < views_.size(); ++i) views_[i]();
+}

@@ -68,3 +68,21 @@ class ToggleControl {
   bool checked_;
   std::vector<std::function<void()>> views_;
 };
+
+// A text field: its text and whether it is usable.
+class TextControl {
+ public:
+  const std::string& Text() const { return text_; }
+  void SetText(const std::string& text);
+  bool IsEnabled() const { return enabled_; }
+  void SetEnabled(bool enabled);
+  // A view of the field: runs after every change.
+  void Observe(std::function<void()> view) { views_.push_back(std::move(view)); }
+
+ private:
+  void Changed();
+
+  std::string text_;
+  bool enabled_ = true;
+  std::vector<std::function<void()>> views_;
+};

@@ -1,4 +1,4 @@
-// The job-log window.
+// The job-log window: the widgets of the form bound to the model's controls.
 #include "JobLog.h"
 
 #include <QCheckBox>
@@ -9,42 +9,23 @@
 #include <QPushButton>
 #include <QScreen>
 #include <array>
-#include <filesystem>
-#include <system_error>
 
-#include "Log.h"
-#include "Paths.h"
+#include "ControlBinding.h"
 #include "Prompter.h"
 #include "ui_JobLog.h"
 
 namespace {
-
 constexpr const char* kLogoIcon = ":/images/Orvex_Logo_Stacked_K.png";
-constexpr const char* kDeleteHeader = "Delete Job Log File ";
-
-// The nine content check boxes, in job-log index order 2..10.
-std::array<QCheckBox*, 9> ContentBoxes(Ui::JobLog& ui) {
-  return {ui.JobLogTime,       ui.JobLogDate,      ui.PrinterSerialNumber, ui.PrinterIPAddress, ui.PrinterUserName,
-          ui.SpoolerJobNumber, ui.Track1Data,      ui.Track2Data,          ui.Track3Data};
-}
-
-// The state a flag of the PPD gives a check box: its low byte, as the
-// original read it.
-bool FlagOn(int32_t flag) { return (flag & 0xFF) != 0; }
-
 }  // namespace
 
 JobLog::JobLog(const std::string& ppdPath, Prompter& prompter, QWidget* parent)
-    : QDialog(parent), ui_(std::make_unique<Ui::JobLog>()), prompter_(prompter) {
+    : QDialog(parent), ui_(std::make_unique<Ui::JobLog>()), model_(JobLogContext{&prompter, kLogoIcon}) {
   ui_->setupUi(this);
   // The logo is the program's resource; a library test runs without it.
   QPixmap logo(kLogoIcon);
   if (!logo.isNull()) ui_->JobLogImageLogo->setPixmap(logo.scaledToHeight(64, Qt::SmoothTransformation));
-  connect(ui_->EnableLogging, &QCheckBox::clicked, this, [this] { EnableLogging(); });
-  connect(ui_->JobLogNewFile, &QCheckBox::clicked, this, [this] { CheckedCreateNewFile(); });
-  connect(ui_->StaticText, &QCheckBox::clicked, this, [this] { StaticTextField(); });
+  Bind();
   connect(ui_->SaveLog, &QPushButton::clicked, this, [this] { SaveJobLogClick(); });
-  connect(ui_->DeleteLog, &QPushButton::clicked, this, [this] { DeleteLogFiles(); });
   connect(ui_->CloseJobLogBtn, &QPushButton::clicked, this, [this] { CloseJobLogDlg(); });
   SetPPDFileName(ppdPath);
   windowDidLoad();
@@ -52,149 +33,54 @@ JobLog::JobLog(const std::string& ppdPath, Prompter& prompter, QWidget* parent)
 
 JobLog::~JobLog() = default;
 
+void JobLog::Bind() {
+  using namespace control_binding;
+  JobLogModel::Outlets& outlets = model_.ui;
+  BindCheckBox(outlets.EnableLogging, ui_->EnableLogging, [this] { EnableLogging(); });
+  BindCheckBox(outlets.JobLogNewFile, ui_->JobLogNewFile, [this] { CheckedCreateNewFile(); });
+  BindCheckBox(outlets.StaticText, ui_->StaticText, [this] { StaticTextField(); });
+  const std::array<QCheckBox*, 9> boxes{ui_->JobLogTime,       ui_->JobLogDate,      ui_->PrinterSerialNumber,
+                                        ui_->PrinterIPAddress, ui_->PrinterUserName, ui_->SpoolerJobNumber,
+                                        ui_->Track1Data,       ui_->Track2Data,      ui_->Track3Data};
+  std::array<ToggleControl*, 9> controls = outlets.ContentBoxes();
+  for (size_t i = 0; i < boxes.size(); ++i) BindCheckBox(*controls[i], boxes[i]);
+  for (auto [control, widget] : {std::pair{&outlets.JobLogFileName, ui_->JobLogFileName},
+                                 std::pair{&outlets.JobLogSeparator, ui_->JobLogSeparator},
+                                 std::pair{&outlets.JobLogStaticTextField, ui_->JobLogStaticTextField}}) {
+    BindText(*control, widget,
+             [this, control = control](const std::string& text) { model_.controlTextDidChange(*control, text); });
+  }
+  BindButton(outlets.DeleteLog, ui_->DeleteLog, [this] { DeleteLogFiles(); });
+}
+
 void JobLog::windowDidLoad() {
   if (QWidget* owner = parentWidget()) {
     move(owner->geometry().center() - rect().center());
   } else if (QScreen* screen = this->screen()) {
     move(screen->availableGeometry().center() - rect().center());
   }
-  // User edits only: cutting the text back must not count as an edit.
-  for (QLineEdit* field : {ui_->JobLogFileName, ui_->JobLogSeparator, ui_->JobLogStaticTextField}) {
-    connect(field, &QLineEdit::textEdited, this, [this, field] { controlTextDidChange(field); });
-  }
-  ui_->JobLogFileName->setEnabled(true);
-  ui_->JobLogSeparator->setEnabled(true);
-  ui_->DeleteLog->setEnabled(true);
+  model_.ui.JobLogFileName.SetEnabled(true);
+  model_.ui.JobLogSeparator.SetEnabled(true);
+  model_.ui.DeleteLog.SetEnabled(true);
   LoadJobLogSettings();
 }
 
-void JobLog::LoadJobLogSettings() {
-  oPPDHelper_ = std::make_unique<PPDHelper>();
-  oPPDHelper_->InitPPD(strPPDFileName);
-  JobLog_ record = oPPDHelper_->GetPPDJobLogDefaultValues();
-
-  ui_->EnableLogging->setChecked(FlagOn(record.EnableLog));
-  EnableLogging();
-  // The flags show also while logging is off (then disabled).
-  ui_->JobLogNewFile->setChecked(FlagOn(record.EachDayLogFile));
-  std::array<QCheckBox*, 9> boxes = ContentBoxes(*ui_);
-  for (int i = 0; i < 9; ++i) boxes[i]->setChecked(FlagOn(record.Flag(i + 2)));
-  CheckedCreateNewFile();
-
-  const std::string fileName = record.FileName.value_or("");
-  ui_->JobLogFileName->setText(QString::fromStdString(fileName.empty() ? kDefaultLogFileName : fileName));
-  if (record.Separator && !record.Separator->empty()) ui_->JobLogSeparator->setText(QString::fromStdString(*record.Separator));
-  if (record.StaticText && !record.StaticText->empty()) {
-    ui_->JobLogStaticTextField->setText(QString::fromStdString(*record.StaticText));
-    ui_->JobLogStaticTextField->setEnabled(true);
-    ui_->StaticText->setChecked(true);
-  }
-}
-
-void JobLog::EnableLogging() {
-  const bool on = ui_->EnableLogging->isChecked();
-  std::array<QCheckBox*, 9> boxes = ContentBoxes(*ui_);
-  if (on) {
-    ui_->JobLogNewFile->setEnabled(true);
-    for (QCheckBox* box : boxes) box->setEnabled(true);
-    ui_->StaticText->setEnabled(true);
-    ui_->JobLogFileName->setEnabled(true);
-    ui_->JobLogSeparator->setEnabled(true);
-    ui_->DeleteLog->setEnabled(true);
-    return;
-  }
-  for (QCheckBox* box : {ui_->JobLogNewFile, ui_->StaticText}) {
-    box->setChecked(false);
-    box->setEnabled(false);
-  }
-  for (QCheckBox* box : boxes) {
-    box->setChecked(false);
-    box->setEnabled(false);
-  }
-  ui_->JobLogStaticTextField->setEnabled(false);
-  ui_->JobLogFileName->setEnabled(false);
-  ui_->JobLogSeparator->setEnabled(false);
-  ui_->DeleteLog->setEnabled(false);
-  ui_->JobLogStaticTextField->clear();
-  ui_->JobLogSeparator->clear();
-  ui_->JobLogFileName->clear();
-}
-
-void JobLog::CheckedCreateNewFile() {
-  if (!ui_->EnableLogging->isChecked()) return;
-  if (ui_->JobLogNewFile->isChecked()) {
-    // A new file each day always has the default name.
-    ui_->JobLogFileName->setEnabled(false);
-    ui_->JobLogFileName->setText(kDefaultLogFileName);
-  } else {
-    ui_->JobLogFileName->setEnabled(true);
-    ui_->JobLogSeparator->clear();
-    ui_->JobLogFileName->clear();
-  }
-}
-
-void JobLog::StaticTextField() {
-  if (ui_->StaticText->isChecked()) {
-    ui_->JobLogStaticTextField->setEnabled(true);
-  } else {
-    ui_->JobLogStaticTextField->setEnabled(false);
-    ui_->JobLogStaticTextField->clear();
-  }
-}
+void JobLog::LoadJobLogSettings() { model_.LoadJobLogSettings(strPPDFileName); }
+void JobLog::EnableLogging() { model_.EnableLogging(); }
+void JobLog::CheckedCreateNewFile() { model_.CheckedCreateNewFile(); }
+void JobLog::StaticTextField() { model_.StaticTextField(); }
 
 void JobLog::controlTextDidChange(QLineEdit* field) {
-  int limit = 0;
-  if (field == ui_->JobLogFileName) limit = 32;
-  else if (field == ui_->JobLogSeparator) limit = 1;
-  else if (field == ui_->JobLogStaticTextField) limit = 16;
-  else return;
-  if (field->text().size() > limit) field->setText(field->text().left(limit));
+  JobLogModel::Outlets& outlets = model_.ui;
+  TextControl* control = field == ui_->JobLogFileName          ? &outlets.JobLogFileName
+                         : field == ui_->JobLogSeparator       ? &outlets.JobLogSeparator
+                         : field == ui_->JobLogStaticTextField ? &outlets.JobLogStaticTextField
+                                                               : nullptr;
+  if (control) model_.controlTextDidChange(*control, field->text().toStdString());
 }
 
-int JobLog::SaveJobLogClick() {
-  JobLog_ record;
-  if (!ui_->EnableLogging->isChecked()) {
-    record.Separator = "";
-    record.FileName = "";
-    record.StaticText = "";
-  } else {
-    record.EnableLog = 1;
-    record.EachDayLogFile = ui_->JobLogNewFile->isChecked() ? 1 : 0;
-    std::array<QCheckBox*, 9> boxes = ContentBoxes(*ui_);
-    for (int i = 0; i < 9; ++i) record.Flag(i + 2) = boxes[i]->isChecked() ? 1 : 0;
-    record.Separator = ui_->JobLogSeparator->text().toStdString();
-    record.FileName = ui_->JobLogFileName->text().toStdString();
-    record.StaticText = ui_->JobLogStaticTextField->text().toStdString();
-  }
-  int result = oPPDHelper_ ? oPPDHelper_->SaveJobLogSettings(record) : -1;
-  // The notice does not depend on the result: a failed save is only logged.
-  prompter_.Show("", "Job log settings are saved successfully.", {"OK"}, Prompter::Level::kNote, kLogoIcon);
-  return result;
-}
-
-void JobLog::DeleteLogFiles() {
-  namespace fs = std::filesystem;
-  int answer = prompter_.Show(kDeleteHeader, "Do you want to delete the log file?", {"Yes", "No"},
-                              Prompter::Level::kCaution, kLogoIcon);
-  if (answer != 0) return;
-  const std::string folder = vkt_paths::JobLogFolder();
-  std::error_code ec;
-  if (!fs::is_directory(folder, ec)) return;
-  VktLog("Folder already exists...");
-  std::vector<std::string> names;
-  for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
-    names.push_back(it->path().filename().string());
-  }
-  if (ec) VktLog("%s", ec.message().c_str());
-  for (const std::string& name : names) {
-    std::error_code removeError;
-    // The folder path ends in "/": the entry's name is appended to it.
-    fs::remove_all(folder + name, removeError);
-    if (removeError) VktLog("%s", removeError.message().c_str());
-  }
-  prompter_.Show(kDeleteHeader, "Log files have been deleted successfully.", {"Ok"}, Prompter::Level::kNote, kLogoIcon);
-}
-
+int JobLog::SaveJobLogClick() { return model_.SaveJobLogClick(); }
+void JobLog::DeleteLogFiles() { model_.DeleteLogFiles(); }
 void JobLog::CloseJobLogDlg() { done(QDialog::Rejected); }
 
 void JobLog::closeEvent(QCloseEvent* event) {

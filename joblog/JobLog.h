@@ -1,11 +1,12 @@
-// JobLog: the window that edits the driver's job-log settings in the queue's
-// PPD and deletes the driver's log files.
+// JobLog: the window of the job-log settings: its widgets bound to the
+// controls of JobLogModel, which holds the rules, the save and the deletion.
 #pragma once
 
 #include <QDialog>
 #include <memory>
 #include <string>
 
+#include "JobLogModel.h"
 #include "PPDHelper.h"
 
 class Prompter;
@@ -36,16 +37,18 @@ class JobLog : public QDialog {
   void DeleteLogFiles();
   void CloseJobLogDlg();
 
-  PPDHelper* oPPDHelper() { return oPPDHelper_.get(); }
+  PPDHelper* oPPDHelper() { return model_.oPPDHelper(); }
+  JobLogModel& Model() { return model_; }
 
-  static constexpr const char* kDefaultLogFileName = "VKTS3.log";
+  static constexpr const char* kDefaultLogFileName = JobLogModel::kDefaultLogFileName;
 
  protected:
   void closeEvent(QCloseEvent* event) override;
 
  private:
+  void Bind();
+
   std::unique_ptr<Ui::JobLog> ui_;
-  Prompter& prompter_;
-  std::unique_ptr<PPDHelper> oPPDHelper_;
+  JobLogModel model_;
   std::string strPPDFileName;
 };

@@ -178,8 +178,7 @@ TEST_F(JobLogTest, UserEditsAreCutToTheirLengths) {
   QTest::keyClicks(separator, ";|");
   EXPECT_EQ(separator->text(), ";");
 
-  Box(*window, "StaticText")->setChecked(true);
-  window->StaticTextField();
+  ASSERT_TRUE(Box(*window, "StaticText")->isChecked());  // the PPD's static text "Orvex"
   QLineEdit* text = Field(*window, "JobLogStaticTextField");
   text->clear();
   QTest::keyClicks(text, "ABCDEFGHIJKLMNOPQ");

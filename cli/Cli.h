@@ -70,5 +70,6 @@ void EndProgress(Io& io);
 void AddInfoCommands(std::vector<Command>& commands);
 void AddToolsCommands(std::vector<Command>& commands);
 void AddCardSetupCommands(std::vector<Command>& commands);
+void AddJobLogCommands(std::vector<Command>& commands);
 
 }  // namespace cli

@@ -124,7 +124,7 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
 // The card setup as the window shows it, read by a user who may not read
 // the PPD; a value the list does not offer is refused with those it does,
 // and a save by a user outside the admin group fails with the window's alert.
-TEST(Cli, CardSetupShowsTheStoredDefaultsAndReportsARefusedSave) {
+TEST(Cli, DriverSettingsShowTheStoredDefaultsAndReportARefusedSave) {
   ASSERT_TRUE(vkt_sandbox::Require());
   const std::string original = vkt_sandbox::InstalledPpd("Card2");
   CliRun shown = Cli("card-setup Card2 --json");
@@ -139,6 +139,17 @@ TEST(Cli, CardSetupShowsTheStoredDefaultsAndReportsARefusedSave) {
   CliRun refused = Cli("card-setup Card2 --set rotate=Both");
   EXPECT_EQ(refused.status, 1);
   EXPECT_EQ(refused.err, "Save Printer Settings: Authentication Error. Printer Settings are not saved\n");
+
+  // The job log likewise: shown by the window's rules, refused by the service.
+  EXPECT_EQ(Cli("job-log Card2").out,
+            "EnableLog: 0\nEachDayLogFile: 0\nTime: 0\nDate: 0\nSerialNumber: 0\nIPAddress: 0\nUserName: 0\nJobID: "
+            "0\nMTrack1: 0\nMTrack2: 0\nMTrack3: 0\nStaticText: Orvex\nFileName: VKTS3.log\nSeparator: ,\n");
+  EXPECT_EQ(Cli("job-log Card2 --set Time=1").err, "vkts3-cli: Time cannot be changed while logging is off\n");
+  EXPECT_EQ(Cli("job-log Card2 --set EnableLog=1 --set 'Separator=;;'").err,
+            "vkts3-cli: Separator holds at most 1 character\n");
+  CliRun jobLog = Cli("job-log Card2 --set EnableLog=1");
+  EXPECT_EQ(jobLog.status, 1);
+  EXPECT_EQ(jobLog.err, "vkts3-cli: the job-log settings were not saved\n");
   EXPECT_EQ(vkt_sandbox::InstalledPpd("Card2"), original);
 }
 

@@ -1,0 +1,143 @@
+// job-log: the driver's job-log settings of a queue, shown and changed
+// through the same model as the job-log window.
+#include <array>
+#include <string>
+
+#include "Cli.h"
+#include "JobLogModel.h"
+#include "Paths.h"
+
+namespace cli {
+namespace {
+
+// The PPD's own keywords, in the order they are set: logging first (it
+// enables the rest), then the new-file rule (it decides the file name), the
+// content flags, and the texts last.
+struct Setting {
+  const char* name;
+  ToggleControl JobLogModel::Outlets::*box;  // null for the texts
+  TextControl JobLogModel::Outlets::*text;
+  size_t limit;
+};
+constexpr std::array<Setting, 14> kSettings{{
+    {"EnableLog", &JobLogModel::Outlets::EnableLogging, nullptr, 0},
+    {"EachDayLogFile", &JobLogModel::Outlets::JobLogNewFile, nullptr, 0},
+    {"Time", &JobLogModel::Outlets::JobLogTime, nullptr, 0},
+    {"Date", &JobLogModel::Outlets::JobLogDate, nullptr, 0},
+    {"SerialNumber", &JobLogModel::Outlets::PrinterSerialNumber, nullptr, 0},
+    {"IPAddress", &JobLogModel::Outlets::PrinterIPAddress, nullptr, 0},
+    {"UserName", &JobLogModel::Outlets::PrinterUserName, nullptr, 0},
+    {"JobID", &JobLogModel::Outlets::SpoolerJobNumber, nullptr, 0},
+    {"MTrack1", &JobLogModel::Outlets::Track1Data, nullptr, 0},
+    {"MTrack2", &JobLogModel::Outlets::Track2Data, nullptr, 0},
+    {"MTrack3", &JobLogModel::Outlets::Track3Data, nullptr, 0},
+    {"StaticText", nullptr, &JobLogModel::Outlets::JobLogStaticTextField, 16},
+    {"FileName", nullptr, &JobLogModel::Outlets::JobLogFileName, 32},
+    {"Separator", nullptr, &JobLogModel::Outlets::JobLogSeparator, 1},
+}};
+
+size_t Characters(const std::string& text) {
+  size_t count = 0;
+  for (unsigned char c : text) count += (c & 0xC0) != 0x80;
+  return count;
+}
+
+std::string Shown(JobLogModel& model, const Setting& setting) {
+  if (setting.box) return (model.ui.*setting.box).IsChecked() ? "1" : "0";
+  return (model.ui.*setting.text).Text();
+}
+
+// Sets one control as a user would; the reason on failure.
+std::string Set(JobLogModel& model, const Setting& setting, const std::string& value) {
+  const std::string name = setting.name;
+  if (setting.box) {
+    ToggleControl& box = model.ui.*setting.box;
+    if (value != "0" && value != "1") return name + " takes 0 or 1, not " + value;
+    if (!box.IsEnabled()) return name + " cannot be changed while logging is off";
+    box.SetChecked(value == "1");
+    if (setting.box == &JobLogModel::Outlets::EnableLogging) model.EnableLogging();
+    if (setting.box == &JobLogModel::Outlets::JobLogNewFile) model.CheckedCreateNewFile();
+    return {};
+  }
+  if (Characters(value) > setting.limit)
+    return name + " holds at most " + std::to_string(setting.limit) + " character" + (setting.limit > 1 ? "s" : "");
+  if (setting.text == &JobLogModel::Outlets::JobLogStaticTextField) {
+    // The static text has its own check box: an empty text turns it off.
+    if (!model.ui.StaticText.IsEnabled()) return name + " cannot be changed while logging is off";
+    model.ui.StaticText.SetChecked(!value.empty());
+    model.StaticTextField();
+  }
+  TextControl& field = model.ui.*setting.text;
+  if (!field.IsEnabled())
+    return name + (setting.text == &JobLogModel::Outlets::JobLogFileName && model.ui.JobLogNewFile.IsChecked()
+                       ? " is VKTS3.log while a new file is made each day"
+                       : " cannot be changed while logging is off");
+  model.controlTextDidChange(field, value);
+  return {};
+}
+
+int JobLogCommand(Io& io, const Args& args) {
+  const std::string& queue = args.positional[0];
+  std::array<std::optional<std::string>, kSettings.size()> wanted;
+  for (const std::string& pair : args.values.count("set") ? args.values.at("set") : std::vector<std::string>{}) {
+    const size_t equals = pair.find('=');
+    bool known = false;
+    for (size_t i = 0; i < kSettings.size() && equals != std::string::npos; ++i) {
+      if (pair.substr(0, equals) == kSettings[i].name) {
+        wanted[i] = pair.substr(equals + 1);
+        known = true;
+      }
+    }
+    if (!known) {
+      std::string names;
+      for (const Setting& setting : kSettings) names += (names.empty() ? "" : ", ") + std::string(setting.name);
+      return Fail(io, "--set takes NAME=VALUE with NAME one of " + names + "; not " + pair);
+    }
+  }
+
+  JobLogModel model(JobLogContext{&io.prompter, {}});
+  model.LoadJobLogSettings(vkt_paths::PpdPathForQueue(queue));
+  if (!model.oPPDHelper() || !model.oPPDHelper()->IsLoaded())
+    return Fail(io, queue + ": the queue's PPD cannot be read");
+
+  bool changing = false;
+  for (size_t i = 0; i < kSettings.size(); ++i) {
+    if (!wanted[i]) continue;
+    changing = true;
+    const std::string problem = Set(model, kSettings[i], *wanted[i]);
+    if (!problem.empty()) return Fail(io, problem);
+  }
+  if (changing) {
+    if (model.SaveJobLog() < 0) return Fail(io, "the job-log settings were not saved");
+    std::fprintf(io.err, "%s\n", JobLogModel::kSavedNotice);
+  }
+
+  if (args.json) {
+    std::string out = "{\"queue\": " + JsonString(queue);
+    for (const Setting& setting : kSettings)
+      out += std::string(", \"") + setting.name + "\": " + JsonString(Shown(model, setting));
+    std::fprintf(io.out, "%s}\n", out.c_str());
+  } else {
+    for (const Setting& setting : kSettings)
+      std::fprintf(io.out, "%s: %s\n", setting.name, Shown(model, setting).c_str());
+  }
+  return kDone;
+}
+
+}  // namespace
+
+void AddJobLogCommands(std::vector<Command>& commands) {
+  commands.push_back({"job-log",
+                      "QUEUE [--set NAME=VALUE]... [--json]",
+                      "Prints the driver's job-log settings of the queue's PPD as the job-log window shows them, "
+                      "under the PPD's own names (EnableLog, EachDayLogFile, Time, Date, SerialNumber, IPAddress, "
+                      "UserName, JobID, MTrack1-3: 0 or 1; StaticText, FileName, Separator: texts of at most 16, 32 "
+                      "and 1 characters). With --set, changes them as a user would, by the window's rules, and saves "
+                      "them through the PPD service.",
+                      {"set"},
+                      JobLogCommand,
+                      1,
+                      1});
+}
+
+}  // namespace cli

@@ -13,6 +13,7 @@
 #include <chrono>
 
 #include "DriverSettingsArchive.h"
+#include "DriverSettingsTransfer.h"
 #include "Log.h"
 #include "PlistFile.h"
 #include "Waits.h"
@@ -109,14 +110,10 @@ void vkts3saverestore::PrinterSettingsRestoreButton() {
 void vkts3saverestore::DriverSettingSaveButton() {
   std::string path = SaveFile("Save Driver Setting");
   if (path.empty()) return;
-  driver_settings::DriverSettings settings;
-  // Also makes these the values a later restore in this window compares against.
-  settings.JobLog = oPPDHelper_ ? oPPDHelper_->GetPPDJobLogDefaultValues() : JobLog_{};
-  std::array<int, 4> lists = host_->DriverListIndices();
-  settings.PrintOnBothSides = lists[0];
-  settings.Rotate180 = lists[1];
-  settings.MonoConversion = lists[2] == -1 ? 0 : lists[2];
-  settings.PrintingMode = lists[3];
+  if (!oPPDHelper_) return;
+  // Also makes the job-log values read now the ones a later restore in this
+  // window compares against.
+  const driver_settings::DriverSettings settings = driver_settings::Collect(*oPPDHelper_, host_->DriverListIndices());
   std::string error;
   if (!driver_settings::Write(settings, path, error)) VktLog("%s", error.c_str());
   DisplayContentsofPlistFile(path);
@@ -131,22 +128,8 @@ void vkts3saverestore::DriverSettingsRestoreButton() {
 }
 
 int vkts3saverestore::UpdateDriverSettingsFromFile(const std::string& path) {
-  std::string error;
-  std::optional<driver_settings::DriverSettingsFile> file = driver_settings::Read(path, error);
-  if (!file) {
-    VktLog("%s", error.c_str());
-    host_->prompter().Show(kArchiveTitle, error + " The driver settings were not changed.", {"OK"},
-                           Prompter::Level::kStop);
-    return 0;
-  }
   if (!oPPDHelper_) return -1;
-  // Compared against the job-log values of this window's last driver save, or
-  // against an all-zero record when there was none: then only flags that are
-  // on in the file and off in the PPD change, and the texts stay.
-  int logResult = oPPDHelper_->SaveJobLogSettings(file->JobLog);
-  int optionResult =
-      oPPDHelper_->RestorePPDSettings({file->Rotate180, file->MonoConversion, file->PrintingMode, file->PrintOnBothSides});
-  return logResult == 1 && optionResult == 1 ? 1 : -1;
+  return driver_settings::Restore(*oPPDHelper_, path, host_->prompter());
 }
 
 void vkts3saverestore::SaveRestoreCloseBtn() { done(QDialog::Rejected); }

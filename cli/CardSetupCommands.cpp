@@ -79,34 +79,9 @@ int CardSetup(Io& io, const Args& args) {
                       pair);
   }
 
-  auto session = OpenSession(io, queue);
-  if (!session) return kFailed;
-  PPDHelper driverSettings;
-  driverSettings.InitPPD(vkt_paths::PpdPathForQueue(queue));
-  if (!driverSettings.IsLoaded()) return Fail(io, queue + ": Not able to launch printer properties.");
-
-  // What the window's start-up asks before it shows the card setup.
-  const PrinterInformation info = PrinterInformation::Read(*session);
-  const PrinterModelRules rules = info.Model();
-  DeviceSettings device({session.get(), io.prompter, {}});
-  const std::array<std::string, 4> offsetTexts = device.ReadOffsets();
-
-  CardSetupModel model;
-  CardSetupContext context;
-  context.driverSettings = &driverSettings;
-  context.session = session.get();
-  context.prompter = &io.prompter;
-  context.printerType = rules.PrinterType;
-  context.reportedRibbon = info.RibbonType;
-  context.applyExtras = [&] {
-    CardSetupApplyExtras extras;
-    for (size_t i = 0; i < 4; ++i) extras.offsets[i] = std::atoi(offsetTexts[i].c_str());
-    extras.serialLabel = info.SerialNum;
-    return extras;
-  };
-  model.SetContext(context);
-  model.PrintOnBothside.SetEnabled(rules.bDualSide);
-  model.StartUp(true);
+  std::unique_ptr<CardSetupSession> setup = OpenCardSetup(io, queue);
+  if (!setup) return kFailed;
+  CardSetupModel& model = setup->model;
 
   bool changing = false;
   for (size_t i = 0; i < kSettings.size(); ++i) {
@@ -134,6 +109,41 @@ int CardSetup(Io& io, const Args& args) {
 }
 
 }  // namespace
+
+std::unique_ptr<CardSetupSession> OpenCardSetup(Io& io, const std::string& queue) {
+  auto setup = std::make_unique<CardSetupSession>();
+  setup->session = OpenSession(io, queue);
+  if (!setup->session) return nullptr;
+  setup->driverSettings.InitPPD(vkt_paths::PpdPathForQueue(queue));
+  if (!setup->driverSettings.IsLoaded()) {
+    Fail(io, queue + ": Not able to launch printer properties.");
+    return nullptr;
+  }
+  // What the window's start-up asks before it shows the card setup.
+  DeviceCommunication& session = *setup->session;
+  setup->info = PrinterInformation::Read(session);
+  const PrinterModelRules rules = setup->info.Model();
+  DeviceSettings device({&session, io.prompter, {}});
+  setup->offsets = device.ReadOffsets();
+
+  CardSetupContext context;
+  context.driverSettings = &setup->driverSettings;
+  context.session = &session;
+  context.prompter = &io.prompter;
+  context.printerType = rules.PrinterType;
+  context.reportedRibbon = setup->info.RibbonType;
+  CardSetupSession* raw = setup.get();
+  context.applyExtras = [raw] {
+    CardSetupApplyExtras extras;
+    for (size_t i = 0; i < 4; ++i) extras.offsets[i] = std::atoi(raw->offsets[i].c_str());
+    extras.serialLabel = raw->info.SerialNum;
+    return extras;
+  };
+  setup->model.SetContext(context);
+  setup->model.PrintOnBothside.SetEnabled(rules.bDualSide);
+  setup->model.StartUp(true);
+  return setup;
+}
 
 void AddCardSetupCommands(std::vector<Command>& commands) {
   commands.push_back({"card-setup",

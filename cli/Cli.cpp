@@ -69,6 +69,7 @@ const std::vector<Command>& Commands() {
     AddCardSetupCommands(all);
     AddToolsCommands(all);
     AddJobLogCommands(all);
+    AddArchiveCommands(all);
     return all;
   }();
   return commands;

@@ -2,15 +2,18 @@
 // helpers every command shares (output streams, opening a session, JSON).
 #pragma once
 
+#include <array>
 #include <cstdio>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "CardSetupModel.h"
+#include "DeviceCommunication.h"
+#include "PPDHelper.h"
+#include "PrinterInformation.h"
 #include "TerminalPrompter.h"
-
-class DeviceCommunication;
 
 namespace cli {
 
@@ -59,6 +62,18 @@ int Fail(Io& io, const std::string& reason);
 // it; null (after telling why on standard error) when there is none.
 std::unique_ptr<DeviceCommunication> OpenSession(Io& io, const std::string& queue);
 
+// A queue's card setup as the window's start-up leaves it: the session, the
+// driver settings, the printer facts and the card-setup model.
+struct CardSetupSession {
+  std::unique_ptr<DeviceCommunication> session;
+  PPDHelper driverSettings;
+  PrinterInformation info;
+  std::array<std::string, 4> offsets;  // front X, front Y, back X, back Y as the printer reports them
+  CardSetupModel model;
+};
+// Null (after telling why) when the printer or its driver settings cannot be had.
+std::unique_ptr<CardSetupSession> OpenCardSetup(Io& io, const std::string& queue);
+
 // A JSON string literal of `text`.
 std::string JsonString(const std::string& text);
 
@@ -71,5 +86,6 @@ void AddInfoCommands(std::vector<Command>& commands);
 void AddToolsCommands(std::vector<Command>& commands);
 void AddCardSetupCommands(std::vector<Command>& commands);
 void AddJobLogCommands(std::vector<Command>& commands);
+void AddArchiveCommands(std::vector<Command>& commands);
 
 }  // namespace cli

@@ -150,6 +150,25 @@ TEST(Cli, DriverSettingsShowTheStoredDefaultsAndReportARefusedSave) {
   CliRun jobLog = Cli("job-log Card2 --set EnableLog=1");
   EXPECT_EQ(jobLog.status, 1);
   EXPECT_EQ(jobLog.err, "vkts3-cli: the job-log settings were not saved\n");
+
+  // The driver-settings file: saved from what this user can read, restored
+  // only through the service (refused here); a file of another kind changes
+  // nothing.
+  const std::string saved = std::string(::getenv("HOME")) + "/driver.plist";
+  ASSERT_EQ(Cli("save-driver-settings Card2 " + saved).status, 0);
+  std::ifstream in(saved);
+  const std::string plist((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_NE(plist.find("<key>Print_on_both_sides</key>\n\t\t<integer>1</integer>"), std::string::npos) << plist;
+  EXPECT_NE(plist.find("<key>FileName</key>\n\t\t<string>VKTS3.log</string>"), std::string::npos) << plist;
+  EXPECT_EQ(
+      Cli("save-driver-settings Card2 " + saved).err,
+      saved + " already exists. Do you want to replace it? [Yes/No] No\nvkts3-cli: " + saved + " left as it is\n");
+  EXPECT_EQ(Cli("restore-driver-settings Card2 " + saved).err, "vkts3-cli: the driver settings were not saved\n");
+  CliRun notPlist = Cli("restore-driver-settings Card2 /etc/hostname");
+  EXPECT_EQ(notPlist.status, 1);
+  EXPECT_EQ(notPlist.err,
+            "Orvex Printer Settings: The file /etc/hostname is not a property list. The driver settings were not "
+            "changed.\n");
   EXPECT_EQ(vkt_sandbox::InstalledPpd("Card2"), original);
 }
 

@@ -68,6 +68,7 @@ const std::vector<Command>& Commands() {
     AddInfoCommands(all);
     AddCardSetupCommands(all);
     AddToolsCommands(all);
+    AddTestCardCommands(all);
     AddJobLogCommands(all);
     AddArchiveCommands(all);
     return all;

@@ -87,5 +87,6 @@ void AddToolsCommands(std::vector<Command>& commands);
 void AddCardSetupCommands(std::vector<Command>& commands);
 void AddJobLogCommands(std::vector<Command>& commands);
 void AddArchiveCommands(std::vector<Command>& commands);
+void AddTestCardCommands(std::vector<Command>& commands);
 
 }  // namespace cli

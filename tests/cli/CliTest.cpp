@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -116,6 +117,19 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
   EXPECT_EQ(tooLong.status, 1);
   EXPECT_EQ(tooLong.err,
             "Orvex Printer Settings: The command is too long: a printer command can hold at most 45 characters.\n");
+  // A test card travels through the scheduler to the printer.
+  const std::string captures = vkt_sandbox::Var("VKT_EMU_CAPTURE_Card2");
+  const auto count = [&captures] {
+    return std::distance(std::filesystem::directory_iterator(captures), std::filesystem::directory_iterator());
+  };
+  const auto before = count();
+  CliRun card = Cli("test-card Card2 standard");
+  EXPECT_EQ(card.status, 0) << card.err;
+  EXPECT_EQ(card.out.rfind("job ", 0), 0u) << card.out;
+  EXPECT_EQ(count(), before + 1);
+  EXPECT_EQ(Cli("test-card Card2 sideways").err,
+            "vkts3-cli: the test card is standard, parameter or encoder, not sideways\n");
+
   CliRun offline = Cli("eject VKTS31Ipp");
   EXPECT_EQ(offline.status, 1);
   EXPECT_EQ(offline.err, "vkts3-cli: VKTS31Ipp: Not able to launch printer properties.\n");

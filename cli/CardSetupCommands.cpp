@@ -62,22 +62,10 @@ std::string Set(CardSetupModel& model, const Setting& setting, const std::string
 int CardSetup(Io& io, const Args& args) {
   const std::string& queue = args.positional[0];
   // NAME=VALUE pairs, checked for known names before anything is asked.
-  std::array<std::optional<std::string>, kSettings.size()> wanted;
-  for (const std::string& pair : args.values.count("set") ? args.values.at("set") : std::vector<std::string>{}) {
-    const size_t equals = pair.find('=');
-    bool known = false;
-    for (size_t i = 0; i < kSettings.size() && equals != std::string::npos; ++i) {
-      if (pair.compare(0, equals, kSettings[i].name) == 0 && equals == std::string(kSettings[i].name).size()) {
-        wanted[i] = pair.substr(equals + 1);
-        known = true;
-      }
-    }
-    if (!known)
-      return Fail(io,
-                  "--set takes NAME=VALUE with NAME one of both-sides, ribbon, combination, half-panel, mono, "
-                  "rotate, mode; not " +
-                      pair);
-  }
+  std::vector<std::string> names;
+  for (const Setting& setting : kSettings) names.emplace_back(setting.name);
+  std::vector<std::optional<std::string>> wanted;
+  if (const std::string problem = ParseSettings(args, names, wanted); !problem.empty()) return Fail(io, problem);
 
   std::unique_ptr<CardSetupSession> setup = OpenCardSetup(io, queue);
   if (!setup) return kFailed;
@@ -96,15 +84,9 @@ int CardSetup(Io& io, const Args& args) {
     if (saved == 0) std::fprintf(io.err, "The driver defaults already hold these settings.\n");
   }
 
-  if (args.json) {
-    std::string out = "{\"queue\": " + JsonString(queue);
-    for (const Setting& setting : kSettings)
-      out += std::string(", \"") + setting.name + "\": " + JsonString(Shown(model, setting));
-    std::fprintf(io.out, "%s}\n", out.c_str());
-  } else {
-    for (const Setting& setting : kSettings)
-      std::fprintf(io.out, "%s: %s\n", setting.name, Shown(model, setting).c_str());
-  }
+  std::vector<std::pair<std::string, std::string>> fields;
+  for (const Setting& setting : kSettings) fields.emplace_back(setting.name, Shown(model, setting));
+  PrintFields(io, args, queue, fields);
   return kDone;
 }
 

@@ -49,6 +49,40 @@ std::string JsonString(const std::string& text) {
   return out + "\"";
 }
 
+std::string ParseSettings(const Args& args, const std::vector<std::string>& names,
+                          std::vector<std::optional<std::string>>& values) {
+  values.assign(names.size(), std::nullopt);
+  auto given = args.values.find("set");
+  if (given == args.values.end()) return {};
+  for (const std::string& pair : given->second) {
+    const size_t equals = pair.find('=');
+    bool known = false;
+    for (size_t i = 0; i < names.size() && equals != std::string::npos; ++i) {
+      if (pair.compare(0, equals, names[i]) == 0 && equals == names[i].size()) {
+        values[i] = pair.substr(equals + 1);
+        known = true;
+      }
+    }
+    if (!known) {
+      std::string list;
+      for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+      return "--set takes NAME=VALUE with NAME one of " + list + "; not " + pair;
+    }
+  }
+  return {};
+}
+
+void PrintFields(Io& io, const Args& args, const std::string& queue,
+                 const std::vector<std::pair<std::string, std::string>>& fields) {
+  if (args.json) {
+    std::string out = "{\"queue\": " + JsonString(queue);
+    for (const auto& [name, value] : fields) out += ", " + JsonString(name) + ": " + JsonString(value);
+    std::fprintf(io.out, "%s}\n", out.c_str());
+  } else {
+    for (const auto& [name, value] : fields) std::fprintf(io.out, "%s: %s\n", name.c_str(), value.c_str());
+  }
+}
+
 void ShowProgress(Io& io, long long sent, long long total) {
   if (!::isatty(::fileno(io.err))) return;
   constexpr int kWidth = 30;

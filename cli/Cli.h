@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -73,6 +74,17 @@ struct CardSetupSession {
 };
 // Null (after telling why) when the printer or its driver settings cannot be had.
 std::unique_ptr<CardSetupSession> OpenCardSetup(Io& io, const std::string& queue);
+
+// The --set NAME=VALUE pairs of a command whose names are `names`: the value
+// of each name (the last one given), in the order of `names`. The reason
+// when a pair names something else.
+std::string ParseSettings(const Args& args, const std::vector<std::string>& names,
+                          std::vector<std::optional<std::string>>& values);
+
+// Prints `fields` (name, value) as "name: value" lines, or with --json as one
+// object that starts with the queue.
+void PrintFields(Io& io, const Args& args, const std::string& queue,
+                 const std::vector<std::pair<std::string, std::string>>& fields);
 
 // A JSON string literal of `text`.
 std::string JsonString(const std::string& text);

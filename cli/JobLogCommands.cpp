@@ -78,22 +78,10 @@ std::string Set(JobLogModel& model, const Setting& setting, const std::string& v
 
 int JobLogCommand(Io& io, const Args& args) {
   const std::string& queue = args.positional[0];
-  std::array<std::optional<std::string>, kSettings.size()> wanted;
-  for (const std::string& pair : args.values.count("set") ? args.values.at("set") : std::vector<std::string>{}) {
-    const size_t equals = pair.find('=');
-    bool known = false;
-    for (size_t i = 0; i < kSettings.size() && equals != std::string::npos; ++i) {
-      if (pair.substr(0, equals) == kSettings[i].name) {
-        wanted[i] = pair.substr(equals + 1);
-        known = true;
-      }
-    }
-    if (!known) {
-      std::string names;
-      for (const Setting& setting : kSettings) names += (names.empty() ? "" : ", ") + std::string(setting.name);
-      return Fail(io, "--set takes NAME=VALUE with NAME one of " + names + "; not " + pair);
-    }
-  }
+  std::vector<std::string> names;
+  for (const Setting& setting : kSettings) names.emplace_back(setting.name);
+  std::vector<std::optional<std::string>> wanted;
+  if (const std::string problem = ParseSettings(args, names, wanted); !problem.empty()) return Fail(io, problem);
 
   JobLogModel model(JobLogContext{&io.prompter, {}});
   model.LoadJobLogSettings(vkt_paths::PpdPathForQueue(queue));
@@ -112,15 +100,9 @@ int JobLogCommand(Io& io, const Args& args) {
     std::fprintf(io.err, "%s\n", JobLogModel::kSavedNotice);
   }
 
-  if (args.json) {
-    std::string out = "{\"queue\": " + JsonString(queue);
-    for (const Setting& setting : kSettings)
-      out += std::string(", \"") + setting.name + "\": " + JsonString(Shown(model, setting));
-    std::fprintf(io.out, "%s}\n", out.c_str());
-  } else {
-    for (const Setting& setting : kSettings)
-      std::fprintf(io.out, "%s: %s\n", setting.name, Shown(model, setting).c_str());
-  }
+  std::vector<std::pair<std::string, std::string>> fields;
+  for (const Setting& setting : kSettings) fields.emplace_back(setting.name, Shown(model, setting));
+  PrintFields(io, args, queue, fields);
   return kDone;
 }
 

@@ -129,13 +129,9 @@ int Offsets(Io& io, const Args& args) {
   }
   const std::array<std::string, 4> offsets = settings.ReadOffsets();
   static const std::array<const char*, 4> kNames{"FrontX", "FrontY", "BackX", "BackY"};
-  if (args.json) {
-    std::string out = "{\"queue\": " + JsonString(args.positional[0]);
-    for (size_t i = 0; i < 4; ++i) out += std::string(", \"") + kNames[i] + "\": " + JsonString(offsets[i]);
-    std::fprintf(io.out, "%s}\n", out.c_str());
-  } else {
-    for (size_t i = 0; i < 4; ++i) std::fprintf(io.out, "%s: %s\n", kNames[i], offsets[i].c_str());
-  }
+  std::vector<std::pair<std::string, std::string>> fields;
+  for (size_t i = 0; i < 4; ++i) fields.emplace_back(kNames[i], offsets[i]);
+  PrintFields(io, args, args.positional[0], fields);
   return kDone;
 }
 

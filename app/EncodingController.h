@@ -1,11 +1,13 @@
-// The magnetic-encoding tab: encoder settings (format, density, coercivity),
-// the track fields and their filter, encoding and reading a card.
+// The magnetic-encoding tab: the widgets' side of the encoder models
+// (encoder/): settings, the track and offset fields' filter, encoding and
+// reading a card.
 #pragma once
 
 #include <QObject>
-#include <QString>
 #include <array>
-#include <string>
+
+#include "EncoderContext.h"
+#include "EncoderSettings.h"
 
 class AppDelegate;
 class QCheckBox;
@@ -33,28 +35,18 @@ class EncodingController : public QObject {
   void DisableTrackLine3() { DisableTrackLine(2); }
   // Filters a track or print-offset field after the user edited it.
   void SetValidationToTrack(QLineEdit* field);
-  // The field's text cut before its first refused character; the alert is
-  // raised for track fields only.
-  QString validateTrack(QLineEdit* field, const char* pattern);
 
   // ---- cards ----
   void EncodeBtn();
   void EncodeReadBtn();
 
-  // What goes to the printer for a track's text. The printer's track buffers
-  // take printable ASCII only, and a control byte would break the command's
-  // framing, so every character outside 0x20..0x7E is sent as '?'.
-  static std::string TrackTextForPrinter(const QString& text);
-
  private:
   void DisableTrackLine(int track);
-  // Sends ESC text CR, then the reply request, and reads (and drops) one reply.
-  void SendSetting(const std::string& text);
-  // The card question; true only when the user answered "Yes".
-  bool AskForCard();
+  EncoderContext Context();
+  // The alert icon is made again before the tab's alerts (the session's end clears it).
   void RebuildIcon();
-  bool IsOffsetField(const QLineEdit* field) const;
-  static void WriteBack(QLineEdit* field, const QString& text);
+  EncoderSettings::State ChosenSettings() const;
+  void ShowSettings(const EncoderSettings::State& state);
 
   AppDelegate& app_;
   std::array<VktComboBox*, 3> modes_;

@@ -102,6 +102,7 @@ const std::vector<Command>& Commands() {
     AddInfoCommands(all);
     AddCardSetupCommands(all);
     AddToolsCommands(all);
+    AddEncoderCommands(all);
     AddTestCardCommands(all);
     AddJobLogCommands(all);
     AddArchiveCommands(all);

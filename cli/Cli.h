@@ -100,5 +100,6 @@ void AddCardSetupCommands(std::vector<Command>& commands);
 void AddJobLogCommands(std::vector<Command>& commands);
 void AddArchiveCommands(std::vector<Command>& commands);
 void AddTestCardCommands(std::vector<Command>& commands);
+void AddEncoderCommands(std::vector<Command>& commands);
 
 }  // namespace cli

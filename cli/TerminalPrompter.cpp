@@ -5,6 +5,7 @@
 #include <cctype>
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -26,15 +27,18 @@ std::string Trimmed(const std::string& text) {
 int TerminalPrompter::Show(const Prompt& prompt) {
   const std::string header = Trimmed(prompt.header);
   const std::string text = (header.empty() ? "" : header + ": ") + Trimmed(prompt.message);
-  if (prompt.buttons.size() < 2) {
+  // A last button without a name is no choice (the window's timed notices have an empty alternate).
+  std::vector<std::string> buttons = prompt.buttons;
+  while (!buttons.empty() && buttons.back().empty()) buttons.pop_back();
+  if (buttons.size() < 2) {
     std::fprintf(err_, "%s\n", text.c_str());
     std::fflush(err_);
     return 0;
   }
   std::string choices;
-  for (const std::string& button : prompt.buttons) choices += (choices.empty() ? "" : "/") + button;
+  for (const std::string& button : buttons) choices += (choices.empty() ? "" : "/") + button;
   if (yes_) {
-    std::fprintf(err_, "%s [%s] %s (--yes)\n", text.c_str(), choices.c_str(), prompt.buttons[0].c_str());
+    std::fprintf(err_, "%s [%s] %s (--yes)\n", text.c_str(), choices.c_str(), buttons[0].c_str());
     return 0;
   }
   if (interactive_) {
@@ -44,16 +48,16 @@ int TerminalPrompter::Show(const Prompt& prompt) {
       std::string line;
       if (!std::getline(std::cin, line)) break;
       const std::string answer = Lower(line);
-      for (size_t i = 0; i < prompt.buttons.size(); ++i) {
-        const std::string button = Lower(prompt.buttons[i]);
+      for (size_t i = 0; i < buttons.size(); ++i) {
+        const std::string button = Lower(buttons[i]);
         if (!answer.empty() && (answer == button || (answer.size() == 1 && answer[0] == button[0])))
           return static_cast<int>(i);
       }
     }
   }
   // Nobody to ask: the careful answer.
-  for (size_t i = 0; i < prompt.buttons.size(); ++i) {
-    if (Lower(prompt.buttons[i]) == "no") {
+  for (size_t i = 0; i < buttons.size(); ++i) {
+    if (Lower(buttons[i]) == "no") {
       std::fprintf(err_, "%s [%s] No\n", text.c_str(), choices.c_str());
       return static_cast<int>(i);
     }

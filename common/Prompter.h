@@ -16,6 +16,7 @@ class Prompter {
     Level level = Level::kNote;
     std::string icon;                  // image path (Qt resource paths allowed); empty for none
     int timeoutSeconds = 0;            // 0 waits for the user
+    bool operator==(const Prompt&) const = default;
   };
 
   // What a file panel offers.

@@ -98,11 +98,6 @@ class EncodingTest : public ::testing::Test {
   static void Click(QCheckBox* box) { QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2)); }
   // The user types into a field, key by key.
   static void Type(QLineEdit* field, const QString& text) { QTest::keyClicks(field, text); }
-  // The user types one character no keyboard key names (QTest's keyClicks
-  // knows Latin-1 only).
-  static void TypeCharacter(QLineEdit* field, QChar character) {
-    QTest::sendKeyEvent(QTest::Click, field, Qt::Key_unknown, QString(character), Qt::NoModifier);
-  }
 
   // A write without a reply (the encode command) may still be on its way:
   // one reply request answered proves the printer has seen everything before it.

@@ -186,4 +186,43 @@ TEST(Cli, DriverSettingsShowTheStoredDefaultsAndReportARefusedSave) {
   EXPECT_EQ(vkt_sandbox::InstalledPpd("Card2"), original);
 }
 
+// The encoder's settings and a card through the same models as the encoding
+// tab: settings are named by the window's list texts, and the card question
+// is answered No without a terminal. Card2's encoder and card are put back.
+TEST(Cli, EncoderSettingsAndCardsReachThePrinter) {
+  ASSERT_TRUE(vkt_sandbox::Require());
+  CliRun refused = Cli("encoder Card2 --set 't1-mode=Track 4'");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.err,
+            "vkts3-cli: t1-mode=Track 4 is not offered; valid: Track 1 format (alphanumeric), Track 2 format "
+            "(numeric), Track 3 format (numeric)\n");
+  CliRun set = Cli("encoder Card2 --set 't1-density=75 BPI' --set 'coercivity=Low Coercivity' --json");
+  EXPECT_EQ(set.status, 0) << set.err;
+  EXPECT_EQ(set.out,
+            "{\"queue\": \"Card2\", \"coercivity\": \"Low Coercivity\", \"t1-mode\": \"Track 1 format "
+            "(alphanumeric)\", \"t1-density\": \"75 BPI\", \"t2-mode\": \"Track 2 format (numeric)\", "
+            "\"t2-density\": \"75 BPI\", \"t3-mode\": \"Track 3 format (numeric)\", \"t3-density\": \"210 BPI\"}\n");
+  EXPECT_EQ(set.err, "Orvex Printer Settings: Applying printer settings please wait ....\n");
+  CliRun back = Cli("encoder Card2 --set 't1-density=210 BPI' --set 'coercivity=High Coercivity'");
+  EXPECT_EQ(back.out,
+            "coercivity: High Coercivity\nt1-mode: Track 1 format (alphanumeric)\nt1-density: 210 BPI\n"
+            "t2-mode: Track 2 format (numeric)\nt2-density: 75 BPI\nt3-mode: Track 3 format (numeric)\n"
+            "t3-density: 210 BPI\n");
+
+  CliRun invalid = Cli("encode Card2 --track1 'AB-C' --yes");
+  EXPECT_EQ(invalid.status, 1);
+  EXPECT_EQ(invalid.err, "Card2: Invalid Character for Encoding.\n");
+  CliRun declined = Cli("encode Card2 --track1 'ABC 123'");
+  EXPECT_EQ(declined.status, 1);
+  EXPECT_EQ(declined.err,
+            "Card2: Please put the appropriate card in the feeder. [Yes/No] No\nvkts3-cli: card not encoded\n");
+  EXPECT_EQ(Cli("encode Card2 --track1 'ABC 123' --track2 1234=5678 --yes").status, 0);
+  // An empty track reads as the empty text.
+  EXPECT_EQ(Cli("read Card2 --yes").out, "track1: ABC 123\ntrack2: 1234=5678\ntrack3: \n");
+  EXPECT_EQ(Cli("read Card2 --tracks 2 --yes --json").out, "{\"queue\": \"Card2\", \"track2\": \"1234=5678\"}\n");
+  EXPECT_EQ(Cli("encode Card2 --yes").status, 0);
+  EXPECT_EQ(Cli("read Card2 --yes --json").out,
+            "{\"queue\": \"Card2\", \"track1\": \"\", \"track2\": \"\", \"track3\": \"\"}\n");
+}
+
 }  // namespace

@@ -1,4 +1,4 @@
-// Reply clean-up shared by the encoding and tools tabs.
+// Reply clean-up of the card reads.
 #include "ReplyCleanup.h"
 
 namespace {

@@ -3,7 +3,6 @@
 #include "TerminalPrompter.h"
 
 #include <cctype>
-#include <iostream>
 #include <string>
 #include <vector>
 
@@ -41,12 +40,12 @@ int TerminalPrompter::Show(const Prompt& prompt) {
     std::fprintf(err_, "%s [%s] %s (--yes)\n", text.c_str(), choices.c_str(), buttons[0].c_str());
     return 0;
   }
-  if (interactive_) {
+  if (input_) {
     for (int attempt = 0; attempt < 3; ++attempt) {
       std::fprintf(err_, "%s [%s] ", text.c_str(), choices.c_str());
       std::fflush(err_);
       std::string line;
-      if (!std::getline(std::cin, line)) break;
+      if (!std::getline(*input_, line)) break;
       const std::string answer = Lower(line);
       for (size_t i = 0; i < buttons.size(); ++i) {
         const std::string button = Lower(buttons[i]);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <istream>
 
 #include "Prompter.h"
 
@@ -10,7 +11,8 @@
 // asked on the terminal when standard input is one, else answered No.
 class TerminalPrompter : public Prompter {
  public:
-  TerminalPrompter(std::FILE* err, bool yes, bool interactive) : err_(err), yes_(yes), interactive_(interactive) {}
+  // `input` is the terminal to ask on; null when there is none.
+  TerminalPrompter(std::FILE* err, bool yes, std::istream* input) : err_(err), yes_(yes), input_(input) {}
 
   using Prompter::Show;
   int Show(const Prompt& prompt) override;
@@ -21,5 +23,5 @@ class TerminalPrompter : public Prompter {
  private:
   std::FILE* err_;
   bool yes_;
-  bool interactive_;
+  std::istream* input_;
 };

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -97,7 +98,7 @@ int main(int argc, char** argv) {
     ::close(sink);
   }
 
-  TerminalPrompter prompter(err, args.yes, ::isatty(STDIN_FILENO) != 0);
+  TerminalPrompter prompter(err, args.yes, ::isatty(STDIN_FILENO) ? &std::cin : nullptr);
   cli::Io io{out, err, prompter};
   const int status = command.run(io, args);
   std::fflush(out);

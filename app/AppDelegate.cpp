@@ -386,13 +386,7 @@ void AppDelegate::UpdatePrinterSettingsFromFile(const std::string& path) {
 
 void AppDelegate::SetMagUIAdvSettings() { encoding_->SetMagUIAdvSettings(); }
 void AppDelegate::GetOffsetFromPrinter() { deviceSettings_->GetOffsetFromPrinter(); }
-void AppDelegate::FillRibbonTypeComboBox() { cardSetup_->FillRibbonTypeComboBox(); }
-void AppDelegate::LoadPPDDefaultValues() { cardSetup_->LoadPPDDefaultValues(); }
 void AppDelegate::controlTextDidChange(QLineEdit* field) { encoding_->SetValidationToTrack(field); }
-void AppDelegate::CardSetup_PrintOnBothSide() { cardSetup_->CardSetup_PrintOnBothSide(); }
-void AppDelegate::RibbonTypeChanged() { cardSetup_->RibbonTypeChanged(); }
-void AppDelegate::RibbonCombinatioinGotFocus() { cardSetup_->RibbonCombinatioinGotFocus(); }
-void AppDelegate::EnableApplyButton() { cardSetup_->EnableApplyButton(); }
 void AppDelegate::SingleFeedComboBoxAction() { deviceSettings_->SingleFeedComboBoxAction(); }
 
 void AppDelegate::RegisterListHandlers() {

@@ -93,16 +93,10 @@ class AppDelegate : public QObject {
   // ---- steps whose work belongs to the tab controllers ----
   void SetMagUIAdvSettings();
   void GetOffsetFromPrinter();
-  void FillRibbonTypeComboBox();
-  void LoadPPDDefaultValues();
   // Text-change hook of the track and offset fields (user edits only).
   void controlTextDidChange(QLineEdit* field);
 
-  // ---- list handlers registered at start-up ----
-  void CardSetup_PrintOnBothSide();
-  void RibbonTypeChanged();
-  void RibbonCombinatioinGotFocus();
-  void EnableApplyButton();
+  // ---- list handler registered at start-up (the card setup's are its model's) ----
   void SingleFeedComboBoxAction();
 
   // ---- what the controllers and tests reach ----

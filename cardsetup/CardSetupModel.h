@@ -96,8 +96,6 @@ class CardSetupModel {
   void EnableApplyButton();
   void chBoxAutoDetectClicked();
 
-  const RibbonCatalog& Catalog() const { return catalog_; }
-
   // The controls, named as the window's outlets.
   ListControl PrintOnBothside;
   ListControl TypeOfRibbon;

@@ -29,7 +29,6 @@
 #include "PrinterLauncher.h"
 #include "PrinterInformation.h"
 #include "PrinterModelRules.h"
-#include "PrinterSettingsArchive.h"
 #include "RadioPair.h"
 #include "ui_MainWindow.h"
 
@@ -332,56 +331,6 @@ void AppDelegate::mnuShowHelp() {
   QString path = UserGuidePath();
   if (!QFileInfo::exists(path)) return;
   QDesktopServices::openUrl(QUrl::fromLocalFile(path));
-}
-
-void AppDelegate::UpdatePrinterSettingsFromFile(const std::string& path) {
-  if (path.empty()) return;
-  std::string error;
-  std::optional<printer_settings::PrinterSettingsFile> file = printer_settings::Read(path, error);
-  if (!file) {
-    VktLog("%s", error.c_str());
-    return;
-  }
-  // A file without a serial number is never applied.
-  if (file->Empty || !file->SerialNo) return;
-  if (*file->SerialNo != ui_->SerialNum->text().toStdString()) {
-    int answer = prompter_.Show(
-        "Restore Printer setting ",
-        "The target printer does not match the saved printer configuration settings.Proceeding to restore this file "
-        "may corrupt the printer rendering it inoperable.Would you like to continue?",
-        {"Ok", "Cancel"}, Prompter::Level::kCaution, urlIcon);
-    if (answer != 0) return;
-  }
-  for (const printer_settings::ConfigEntry& entry : file->PrinterConfig) {
-    if (const auto* offset = std::get_if<printer_settings::OffsetEntry>(&entry)) {
-      const std::pair<const std::optional<std::string>*, QLineEdit*> fields[] = {
-          {&offset->FrontX, ui_->leFrontX}, {&offset->FrontY, ui_->leFrontY},
-          {&offset->BackX, ui_->leBackX}, {&offset->BackY, ui_->leBackY}};
-      for (const auto& [value, field] : fields) {
-        if (!*value) continue;
-        VktLog("value of offset %s", (*value)->c_str());
-        field->setText(QString::fromStdString(**value));
-      }
-      deviceSettings_->SendOffsetToPrinter();
-    } else if (const auto* feed = std::get_if<printer_settings::SingleFeedEntry>(&entry)) {
-      ui_->FeederOption->SelectItemAtIndex(feed->Index);
-      deviceSettings_->SingleFeedApplyBtn();
-      VktLog("Auto feed ... %d", feed->Index);
-    } else if (const auto* encoding = std::get_if<printer_settings::MagneticEncodingEntry>(&entry)) {
-      VktComboBox* const modes[] = {ui_->BoxT1Mode, ui_->BoxT2Mode, ui_->BoxT3Mode};
-      VktComboBox* const densities[] = {ui_->BoxT1Density, ui_->BoxT2Density, ui_->BoxT3Density};
-      for (const auto& item : encoding->Items) {
-        if (const auto* track = std::get_if<printer_settings::TrackEntry>(&item)) {
-          if (track->Density) densities[track->Number - 1]->SelectItemAtIndex(*track->Density);
-          if (track->Mode) modes[track->Number - 1]->SelectItemAtIndex(*track->Mode);
-        } else if (const auto* coercivity = std::get_if<printer_settings::CoercivityEntry>(&item)) {
-          if (coercivity->Text.empty()) continue;
-          hiLoCo_->SetStates(coercivity->Text == "High Coercivity", coercivity->Text == "Low Coercivity");
-        }
-      }
-      encoding_->EncodeApplyButton();
-    }
-  }
 }
 
 void AppDelegate::SetMagUIAdvSettings() { encoding_->SetMagUIAdvSettings(); }

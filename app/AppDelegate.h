@@ -84,9 +84,6 @@ class AppDelegate : public QObject {
   void SaveandRestoreBtn();
   void mnuAboutClick();
   void mnuShowHelp();
-  // Restores a printer-settings file through the main window's own apply
-  // actions, so the printer receives what a user's clicks would send.
-  void UpdatePrinterSettingsFromFile(const std::string& path);
   // The user guide that Help opens (next to the program, or $VKT_USER_GUIDE).
   static QString UserGuidePath();
 

@@ -1,4 +1,5 @@
-// Reads the main window's controls for the save/restore window.
+// Reads and writes the main window's controls for the save/restore window;
+// what a printer-settings save and restore do is archive/'s.
 #include "AppSaveRestoreHost.h"
 
 #include <QLabel>
@@ -6,26 +7,48 @@
 #include <QRadioButton>
 
 #include "AppDelegate.h"
+#include "DeviceSettingsController.h"
+#include "EncodingController.h"
+#include "PrinterSettingsTransfer.h"
 #include "RadioPair.h"
 #include "VktComboBox.h"
 #include "ui_MainWindow.h"
 
+namespace {
+
+struct Widgets {
+  std::array<QLineEdit*, 4> offsets;
+  std::array<VktComboBox*, 3> modes;
+  std::array<VktComboBox*, 3> densities;
+};
+
+Widgets Of(Ui::MainWindow& ui) {
+  return {{ui.leFrontX, ui.leFrontY, ui.leBackX, ui.leBackY},
+          {ui.BoxT1Mode, ui.BoxT2Mode, ui.BoxT3Mode},
+          {ui.BoxT1Density, ui.BoxT2Density, ui.BoxT3Density}};
+}
+
+printer_settings::Controls ReadControls(AppDelegate& app) {
+  Ui::MainWindow& ui = app.ui();
+  const Widgets widgets = Of(ui);
+  printer_settings::Controls controls;
+  for (size_t i = 0; i < widgets.offsets.size(); ++i) controls.offsets[i] = widgets.offsets[i]->text().toStdString();
+  controls.feeder = ui.FeederOption->IndexOfSelectedItem();
+  for (size_t track = 0; track < 3; ++track)
+    controls.tracks[track] = {widgets.modes[track]->IndexOfSelectedItem(),
+                              widgets.densities[track]->IndexOfSelectedItem()};
+  controls.high = app.HiLoCo().FirstOn();
+  controls.low = app.HiLoCo().SecondOn();
+  controls.serialNo = ui.SerialNum->text().toStdString();
+  return controls;
+}
+
+}  // namespace
+
 Prompter& AppSaveRestoreHost::prompter() { return app_.prompter(); }
 
 printer_settings::PrinterSettings AppSaveRestoreHost::CurrentPrinterSettings() {
-  Ui::MainWindow& ui = app_.ui();
-  printer_settings::PrinterSettings settings;
-  settings.Coercivity = ui.rdHighCo->isChecked() ? "High Coercivity" : "Low Coercivity";
-  settings.Tracks[0] = {ui.BoxT1Mode->IndexOfSelectedItem(), ui.BoxT1Density->IndexOfSelectedItem()};
-  settings.Tracks[1] = {ui.BoxT2Mode->IndexOfSelectedItem(), ui.BoxT2Density->IndexOfSelectedItem()};
-  settings.Tracks[2] = {ui.BoxT3Mode->IndexOfSelectedItem(), ui.BoxT3Density->IndexOfSelectedItem()};
-  settings.SingleFeed = ui.FeederOption->IndexOfSelectedItem();
-  settings.FrontXOffset = ui.leFrontX->text().toStdString();
-  settings.FrontYOffset = ui.leFrontY->text().toStdString();
-  settings.BackXOffset = ui.leBackX->text().toStdString();
-  settings.BackYOffset = ui.leBackY->text().toStdString();
-  settings.SerialNo = ui.SerialNum->text().toStdString();
-  return settings;
+  return printer_settings::Collect(ReadControls(app_));
 }
 
 std::array<int, 4> AppSaveRestoreHost::DriverListIndices() {
@@ -35,5 +58,29 @@ std::array<int, 4> AppSaveRestoreHost::DriverListIndices() {
 }
 
 void AppSaveRestoreHost::UpdatePrinterSettingsFromFile(const std::string& path) {
-  app_.UpdatePrinterSettingsFromFile(path);
+  if (path.empty()) return;
+  Ui::MainWindow& ui = app_.ui();
+  const Widgets widgets = Of(ui);
+  printer_settings::Controls controls = ReadControls(app_);
+  // Each group is shown in its widgets, then sent by its own button's action,
+  // which reads the widgets; a list's selection notifies its handlers.
+  printer_settings::RestoreActions actions;
+  actions.offsetsChanged = [&](const printer_settings::Controls& c) {
+    for (size_t i = 0; i < widgets.offsets.size(); ++i)
+      widgets.offsets[i]->setText(QString::fromStdString(c.offsets[i]));
+    app_.DeviceSettings().SendOffsetToPrinter();
+  };
+  actions.feederChanged = [&](const printer_settings::Controls& c) {
+    ui.FeederOption->SelectItemAtIndex(c.feeder);
+    app_.DeviceSettings().SingleFeedApplyBtn();
+  };
+  actions.encoderChanged = [&](const printer_settings::Controls& c) {
+    for (size_t track = 0; track < 3; ++track) {
+      widgets.densities[track]->SelectItemAtIndex(c.tracks[track].Density);
+      widgets.modes[track]->SelectItemAtIndex(c.tracks[track].Mode);
+    }
+    app_.HiLoCo().SetStates(c.high, c.low);
+    app_.Encoding().EncodeApplyButton();
+  };
+  printer_settings::Restore(path, controls, app_.prompter(), app_.urlIcon, actions);
 }

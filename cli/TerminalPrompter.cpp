@@ -1,5 +1,5 @@
 // Alerts as lines on standard error; questions answered by --yes, the
-// person at the terminal, or No.
+// person at the terminal, or No (Cancel).
 #include "TerminalPrompter.h"
 
 #include <cctype>
@@ -54,12 +54,14 @@ int TerminalPrompter::Show(const Prompt& prompt) {
       }
     }
   }
-  // Nobody to ask: the careful answer.
+  // Nobody to ask: the careful answer, No or Cancel.
   for (size_t i = 0; i < buttons.size(); ++i) {
-    if (Lower(buttons[i]) == "no") {
-      std::fprintf(err_, "%s [%s] No\n", text.c_str(), choices.c_str());
+    const std::string button = Lower(buttons[i]);
+    if (button == "no" || button == "cancel") {
+      std::fprintf(err_, "%s [%s] %s\n", text.c_str(), choices.c_str(), buttons[i].c_str());
       return static_cast<int>(i);
     }
   }
+  std::fprintf(err_, "%s [%s]\n", text.c_str(), choices.c_str());
   return kNoButton;
 }

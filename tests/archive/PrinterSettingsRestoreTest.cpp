@@ -1,7 +1,6 @@
 // Restoring a printer-settings file in a started main window talking to an
 // emulated printer: the printer receives exactly what the window's own apply
-// buttons send, another printer's file asks first, and keys missing from the
-// file send nothing.
+// buttons send, and the controls show the file's values.
 #include <gtest/gtest.h>
 
 #include <QLabel>
@@ -12,7 +11,6 @@
 
 #include "AppSaveRestoreHost.h"
 #include "AppTestSupport.h"
-#include "PlistFile.h"
 #include "DeviceSettingsController.h"
 #include "EncodingController.h"
 #include "RadioPair.h"
@@ -25,10 +23,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr char kOtherPrinterMessage[] =
-    "The target printer does not match the saved printer configuration settings.Proceeding to restore this file may "
-    "corrupt the printer rendering it inoperable.Would you like to continue?";
 
 class PrinterSettingsRestoreTest : public ::testing::Test {
  protected:
@@ -127,7 +121,7 @@ TEST_F(PrinterSettingsRestoreTest, RestoreSendsWhatTheApplyButtonsSend) {
 
   SetControls("40", 0, 2, false);
   prompter_.prompts.clear();
-  const std::string restored = Sent([&] { app_->UpdatePrinterSettingsFromFile(file); });
+  const std::string restored = Sent([&] { AppSaveRestoreHost(*app_).UpdatePrinterSettingsFromFile(file); });
   EXPECT_EQ(restored, applied);
 
   Ui::MainWindow& ui = app_->ui();
@@ -141,67 +135,6 @@ TEST_F(PrinterSettingsRestoreTest, RestoreSendsWhatTheApplyButtonsSend) {
   EXPECT_FALSE(ui.rdLowCo->isChecked());
   // The same serial number: no question, only the apply actions' own notices.
   for (const auto& prompt : prompter_.prompts) EXPECT_NE(prompt.header, "Restore Printer setting ");
-}
-
-TEST_F(PrinterSettingsRestoreTest, AnotherPrintersFileAsksAndCancelAppliesNothing) {
-  SetControls("5", 1, 0, false);
-  const std::string file = SaveThroughWindow("other");
-  // The same file, taken from another printer.
-  std::string xml = app_test::ReadFile(file);
-  const size_t at = xml.find("S32000001");
-  ASSERT_NE(at, std::string::npos);
-  xml.replace(at, 9, "S32999999");
-  std::ofstream(file, std::ios::trunc) << xml;
-
-  SetControls("9", 0, 2, true);
-  prompter_.prompts.clear();
-  prompter_.answers = {1};  // "Cancel"
-  EXPECT_EQ(Sent([&] { app_->UpdatePrinterSettingsFromFile(file); }), "");
-  ASSERT_EQ(prompter_.prompts.size(), 1u);
-  EXPECT_EQ(prompter_.prompts[0].header, "Restore Printer setting ");
-  EXPECT_EQ(prompter_.prompts[0].message, kOtherPrinterMessage);
-  EXPECT_EQ(prompter_.prompts[0].buttons, (std::vector<std::string>{"Ok", "Cancel"}));
-  EXPECT_EQ(app_->ui().leFrontX->text(), "9");
-  EXPECT_EQ(app_->ui().FeederOption->IndexOfSelectedItem(), 0);
-
-  prompter_.answers = {0};  // "Ok"
-  EXPECT_NE(Sent([&] { app_->UpdatePrinterSettingsFromFile(file); }), "");
-  EXPECT_EQ(app_->ui().leFrontX->text(), "5");
-}
-
-TEST_F(PrinterSettingsRestoreTest, FileWithoutOffsetSendsNoOffsetCommand) {
-  // This printer's serial number, but no "Offset" and no "MagneticEncoding".
-  const std::string file = Root() + "/Documents/feed.plist";
-  PList::Dictionary config;
-  config.Set("SingleFeed", PList::Integer(uint64_t{1}));
-  PList::Dictionary root;
-  root.Set("Serial_no", PList::String(serial_));
-  root.Set("PrinterConfig", config);
-  std::string error;
-  ASSERT_TRUE(plist_file::WriteAtomically(file, root.ToXml(), error)) << error;
-  SetControls("11", 0, 0, true);
-  const std::string feedOnly = Sent([&] {
-    app_->ui().FeederOption->SelectItemAtIndex(1);
-    app_->DeviceSettings().SingleFeedApplyBtn();
-  });
-  app_->ui().FeederOption->SelectItemAtIndex(0);
-  const std::string restored = Sent([&] { app_->UpdatePrinterSettingsFromFile(file); });
-  EXPECT_EQ(restored, feedOnly);
-  EXPECT_EQ(restored.find("\x1b+O"), std::string::npos);
-  EXPECT_EQ(app_->ui().leFrontX->text(), "11");
-  EXPECT_EQ(app_->ui().FeederOption->IndexOfSelectedItem(), 1);
-}
-
-TEST_F(PrinterSettingsRestoreTest, FilesWithoutSerialNumberOrUnreadableAreIgnored) {
-  const std::string noSerial = Root() + "/Documents/noserial.plist";
-  const std::string junk = Root() + "/Documents/junk.plist";
-  std::ofstream(noSerial) << "<plist version=\"1.0\"><dict><key>PrinterConfig</key><dict>"
-                             "<key>SingleFeed</key><integer>1</integer></dict></dict></plist>";
-  std::ofstream(junk) << "not a plist";
-  for (const std::string& path : {noSerial, junk, Root() + "/Documents/missing.plist", std::string()}) {
-    EXPECT_EQ(Sent([&] { app_->UpdatePrinterSettingsFromFile(path); }), "") << path;
-  }
-  EXPECT_TRUE(prompter_.prompts.empty());
 }
 
 }  // namespace

@@ -225,4 +225,39 @@ TEST(Cli, EncoderSettingsAndCardsReachThePrinter) {
             "{\"queue\": \"Card2\", \"track1\": \"\", \"track2\": \"\", \"track3\": \"\"}\n");
 }
 
+// The printer-settings file: what the printer reports is saved, and a
+// restore sends it back; another printer's file asks first.
+TEST(Cli, PrinterSettingsSaveAndRestoreThroughThePrinter) {
+  ASSERT_TRUE(vkt_sandbox::Require());
+  const std::string saved = std::string(::getenv("HOME")) + "/printer.plist";
+  std::filesystem::remove(saved);
+  ASSERT_EQ(Cli("offsets Card2 --set 5,-6,7,-8 --yes").status, 0);
+  CliRun save = Cli("save-printer-settings Card2 " + saved);
+  ASSERT_EQ(save.status, 0) << save.err;
+  std::ifstream in(saved);
+  std::string plist((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_NE(plist.find("<key>Back_Y_Offset</key>\n\t\t\t<string>-8</string>"), std::string::npos) << plist;
+  EXPECT_NE(plist.find("<key>Serial_no</key>\n\t<string>S32000001"), std::string::npos) << plist;
+
+  ASSERT_EQ(Cli("offsets Card2 --set 0,0,0,0 --yes").status, 0);
+  CliRun restore = Cli("restore-printer-settings Card2 " + saved);
+  EXPECT_EQ(restore.status, 0) << restore.err;
+  EXPECT_EQ(Cli("offsets Card2").out, "FrontX: 5\nFrontY: -6\nBackX: 7\nBackY: -8\n");
+
+  // The same file from another printer: declined without a terminal.
+  plist.replace(plist.find("<string>S32000001"), 17, "<string>S32999999");
+  std::ofstream(saved, std::ios::trunc) << plist;
+  ASSERT_EQ(Cli("offsets Card2 --set 0,0,0,0 --yes").status, 0);
+  CliRun other = Cli("restore-printer-settings Card2 " + saved);
+  EXPECT_EQ(other.status, 1);
+  EXPECT_EQ(other.err,
+            "Restore Printer setting : The target printer does not match the saved printer configuration "
+            "settings.Proceeding to restore this file may corrupt the printer rendering it inoperable.Would you like "
+            "to continue? [Ok/Cancel] Cancel\nvkts3-cli: " +
+                saved + " was saved from another printer; nothing was restored\n");
+  EXPECT_EQ(Cli("offsets Card2").out, "FrontX: 0\nFrontY: 0\nBackX: 0\nBackY: 0\n");
+  EXPECT_EQ(Cli("restore-printer-settings Card2 /etc/hostname").err,
+            "vkts3-cli: /etc/hostname is not a printer-settings property list; nothing was restored\n");
+}
+
 }  // namespace

@@ -13,6 +13,7 @@ namespace {
 TEST(TerminalPrompter, AnswersByYesTheTerminalOrNo) {
   const Prompter::Prompt question{"Head", "\nGo on?", {"Yes", "No"}, Prompter::Level::kCaution, {}, 0};
   const Prompter::Prompt okCancel{"", "Restore?", {"Ok", "Cancel"}, Prompter::Level::kCaution, {}, 0};
+  const Prompter::Prompt printSkip{"", "Print?", {"Print", "Later"}, Prompter::Level::kCaution, {}, 0};
   const Prompter::Prompt notice{"", "\nApplying\n", {"OK", ""}, Prompter::Level::kNote, {}, 5};
   const struct {
     const Prompter::Prompt* prompt;
@@ -30,7 +31,8 @@ TEST(TerminalPrompter, AnswersByYesTheTerminalOrNo) {
        "Head: Go on? [Yes/No] Head: Go on? [Yes/No] Head: Go on? [Yes/No] Head: Go on? [Yes/No] No\n"},
       {&question, false, "", 1, "Head: Go on? [Yes/No] Head: Go on? [Yes/No] No\n"},
       {&question, false, nullptr, 1, "Head: Go on? [Yes/No] No\n"},
-      {&okCancel, false, nullptr, Prompter::kNoButton, ""},
+      {&okCancel, false, nullptr, 1, "Restore? [Ok/Cancel] Cancel\n"},
+      {&printSkip, false, nullptr, Prompter::kNoButton, "Print? [Print/Later]\n"},
       {&okCancel, false, "c\n", 1, "Restore? [Ok/Cancel] "},
   };
   for (const auto& c : cases) {

@@ -1,0 +1,148 @@
+// The printer-settings restore over plain controls: which groups are sent, in
+// the file's order, what the controls hold afterwards, and when another
+// printer's file asks first.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "PpdTestSupport.h"
+#include "PrinterSettingsTransfer.h"
+#include "ScriptedPrompter.h"
+
+namespace {
+
+using printer_settings::RestoreResult;
+
+constexpr char kSerial[] = "S32000001";
+
+std::string Plist(const std::string& dict) {
+  return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" + dict + "</dict></plist>";
+}
+std::string Serial(const std::string& serial) { return "<key>Serial_no</key><string>" + serial + "</string>"; }
+std::string Config(const std::string& entries) { return "<key>PrinterConfig</key><dict>" + entries + "</dict>"; }
+
+const std::string kOffsets =
+    "<key>Offset</key><dict><key>Front_X_Offset</key><string>-12</string>"
+    "<key>Back_Y_Offset</key><string>7</string></dict>";
+const std::string kEncoding =
+    "<key>MagneticEncoding</key><dict><key>Track2</key><dict><key>Mode</key><integer>0</integer>"
+    "<key>Density</key><integer>0</integer></dict><key>Coercivity</key><string>Low Coercivity</string></dict>";
+
+// The controls as a case expects them, described as text so a table row reads at a glance.
+std::string Describe(const printer_settings::Controls& c) {
+  std::string text = c.offsets[0] + "," + c.offsets[1] + "," + c.offsets[2] + "," + c.offsets[3] + " feed " +
+                     std::to_string(c.feeder) + " tracks";
+  for (const auto& track : c.tracks) text += " " + std::to_string(track.Mode) + "/" + std::to_string(track.Density);
+  return text + (c.high ? " high" : "") + (c.low ? " low" : "");
+}
+
+TEST(PrinterSettingsTransfer, RestoreSendsEachGroupInFileOrderAndAsksAboutOtherPrinters) {
+  const std::string untouched = "1,2,3,4 feed 0 tracks 0/0 1/1 2/0 high";
+  struct Case {
+    const char* name;
+    std::string file;  // empty: no file at all
+    std::vector<int> answers;
+    RestoreResult result;
+    const char* actions;  // O offsets, F feeder, E encoder, in the order called
+    std::string controls;
+    bool asked;
+  } cases[] = {
+      {"whole file, this printer",
+       Plist(Serial(kSerial) + Config(kEncoding + "<key>SingleFeed</key><integer>2</integer>" + kOffsets)),
+       {},
+       RestoreResult::kApplied,
+       "EFO",
+       "-12,2,3,7 feed 2 tracks 0/0 0/0 2/0 low",
+       false},
+      {"another printer, Cancel",
+       Plist(Serial("S32999999") + Config(kOffsets)),
+       {1},
+       RestoreResult::kDeclined,
+       "",
+       untouched,
+       true},
+      {"another printer, Ok",
+       Plist(Serial("S32999999") + Config(kOffsets)),
+       {0},
+       RestoreResult::kApplied,
+       "O",
+       "-12,2,3,7 feed 0 tracks 0/0 1/1 2/0 high",
+       true},
+      {"feeder index the list lacks",
+       Plist(Serial(kSerial) + Config("<key>SingleFeed</key><integer>3</integer>")),
+       {},
+       RestoreResult::kApplied,
+       "F",
+       "1,2,3,4 feed -1 tracks 0/0 1/1 2/0 high",
+       false},
+      {"track indices the lists lack",
+       Plist(Serial(kSerial) + Config("<key>MagneticEncoding</key><dict><key>Track3</key><dict><key>Mode</"
+                                      "key><integer>3</integer><key>Density</key><integer>2</integer></dict></dict>")),
+       {},
+       RestoreResult::kApplied,
+       "E",
+       "1,2,3,4 feed 0 tracks 0/0 1/1 -1/-1 high",
+       false},
+      {"empty coercivity keeps the radio pair",
+       Plist(Serial(kSerial) +
+             Config("<key>MagneticEncoding</key><dict><key>Coercivity</key><string></string></dict>")),
+       {},
+       RestoreResult::kApplied,
+       "E",
+       untouched,
+       false},
+      {"no serial number", Plist(Config(kOffsets)), {}, RestoreResult::kNoSerial, "", untouched, false},
+      {"empty dictionary", Plist(""), {}, RestoreResult::kNoSerial, "", untouched, false},
+      {"not a property list", "not a plist", {}, RestoreResult::kUnreadable, "", untouched, false},
+      {"no file", "", {}, RestoreResult::kUnreadable, "", untouched, false},
+  };
+  ppd_test::ScratchDir dir;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string path = (dir.path() / "settings.plist").string();
+    std::filesystem::remove(path);
+    if (!c.file.empty()) std::ofstream(path) << c.file;
+    printer_settings::Controls controls;
+    controls.offsets = {"1", "2", "3", "4"};
+    controls.serialNo = kSerial;
+    std::string actions;
+    printer_settings::RestoreActions record{[&](const auto&) { actions += 'O'; }, [&](const auto&) { actions += 'F'; },
+                                            [&](const auto&) { actions += 'E'; }};
+    ScriptedPrompter prompter;
+    prompter.answers = {c.answers.begin(), c.answers.end()};
+    EXPECT_EQ(printer_settings::Restore(path, controls, prompter, "/icon.png", record), c.result);
+    EXPECT_EQ(actions, c.actions);
+    EXPECT_EQ(Describe(controls), c.controls);
+    ASSERT_EQ(prompter.prompts.size(), c.asked ? 1u : 0u);
+    if (!c.asked) continue;
+    EXPECT_EQ(prompter.prompts[0].header, "Restore Printer setting ");
+    EXPECT_EQ(prompter.prompts[0].message,
+              "The target printer does not match the saved printer configuration settings.Proceeding to restore this "
+              "file may corrupt the printer rendering it inoperable.Would you like to continue?");
+    EXPECT_EQ(prompter.prompts[0].buttons, (std::vector<std::string>{"Ok", "Cancel"}));
+    EXPECT_EQ(prompter.prompts[0].icon, "/icon.png");
+  }
+}
+
+TEST(PrinterSettingsTransfer, CollectTakesTheControlsAsShown) {
+  printer_settings::Controls controls;
+  controls.offsets = {"-12", "+3", "", "x"};
+  controls.feeder = -1;
+  controls.tracks = {{{2, 1}, {-1, 0}, {0, -1}}};
+  controls.high = false;
+  controls.low = false;
+  controls.serialNo = kSerial;
+  const printer_settings::PrinterSettings settings = printer_settings::Collect(controls);
+  EXPECT_EQ(
+      settings.FrontXOffset + "|" + settings.FrontYOffset + "|" + settings.BackXOffset + "|" + settings.BackYOffset,
+      "-12|+3||x");
+  EXPECT_EQ(settings.SingleFeed, -1);
+  EXPECT_EQ(settings.Tracks[0].Mode, 2);
+  EXPECT_EQ(settings.Tracks[1].Mode, -1);
+  EXPECT_EQ(settings.Tracks[2].Density, -1);
+  // Neither button on saves as low: only a switched-on high saves as high.
+  EXPECT_EQ(settings.Coercivity, "Low Coercivity");
+  EXPECT_EQ(settings.SerialNo, kSerial);
+}
+
+}  // namespace

@@ -1,14 +1,24 @@
-// Shared pieces of the application tests: the QApplication, emulated printers
-// from the profiles, and sessions to them.
+// Shared pieces of the window tests: the QApplication, emulated printers from
+// the profiles, sessions to them, and a main window started against one.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <QStringList>
 #include <QTemporaryDir>
+#include <chrono>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "AppDelegate.h"
 #include "EmulatorServer.h"
 #include "PrinterProfile.h"
+#include "RecordingWaits.h"
+#include "ScriptedPrompter.h"
+#include "VktComboBox.h"
+#include "ui_MainWindow.h"
 
 namespace app_test {
 
@@ -26,5 +36,48 @@ std::string ReadFile(const std::string& path);
 
 // Path of a PPD fixture of tests/fixtures/ppd.
 std::string FixturePpd(const std::string& file);
+
+using Edits = std::vector<std::pair<std::string, std::string>>;
+// `text` with each `from` replaced by its `to`; every `from` must be there.
+std::string Edited(std::string text, const Edits& edits);
+
+QStringList Items(const VktComboBox* list);
+
+// A main window for the queue "Card": a PPD of our own in a private server
+// root, an emulated printer, a scripted prompter, recorded waits, and every
+// byte the session writes.
+class WindowTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Starts the printer of `profile` (profile lines `extra` laid over it),
+  // installs `ppd` with `edits` and runs start-up. What start-up said and
+  // sent stays until Forget().
+  AppDelegate::StartupResult Start(const std::string& profile = "VKTS32", const std::string& ppd = "VKTS32.ppd",
+                                   const std::string& extra = {}, const Edits& edits = {});
+  // Seams for the current printer; each session's bytes are recorded.
+  AppDelegate::Seams Seams();
+  void Forget();
+  // Every byte the session wrote since the last call (or Forget()).
+  std::string Sent();
+
+  Ui::MainWindow& ui() { return app_->ui(); }
+  std::string Root() const { return root_.path().toStdString(); }
+  std::string PpdPath() const { return Root() + "/ppd/Card.ppd"; }
+  std::string MakeFile(const std::string& name, const std::string& bytes);
+
+  QTemporaryDir root_;
+  RecordingWaits waits_;
+  ScriptedPrompter prompter_;
+  std::unique_ptr<EmulatorServer> server_;
+  std::unique_ptr<AppDelegate> app_;
+  std::string ppdText_;
+  std::string sent_;
+  int quits_ = 0;
+  int sessions_ = 0;
+  // Bounds every read: long enough for a loaded machine, short enough that a silent printer costs little.
+  std::chrono::milliseconds readWait_{1500};
+};
 
 }  // namespace app_test

@@ -11,15 +11,15 @@
 
 #include <unistd.h>
 
-#include "CardSetupTestSupport.h"
+#include "AppTestSupport.h"
 #include "Paths.h"
 #include "SandboxEnv.h"
 
 namespace {
 
-using card_setup_test::Edited;
-using card_setup_test::Edits;
-using card_setup_test::Items;
+using app_test::Edited;
+using app_test::Edits;
+using app_test::Items;
 
 constexpr char kQueue[] = "Card";
 
@@ -76,8 +76,7 @@ class CardSetupApply : public ::testing::Test {
 
   // The whole installed PPD against the expected text.
   void ExpectPpd(const std::string& expected) const {
-    const std::string actual = vkt_sandbox::InstalledPpd(kQueue);
-    EXPECT_TRUE(actual == expected) << card_setup_test::FirstDifference(actual, expected);
+    EXPECT_EQ(vkt_sandbox::InstalledPpd(kQueue), expected);  // a failure shows the lines that differ
   }
 
   size_t ServiceRequests() const {

@@ -87,7 +87,8 @@ void WindowTest::SetUp() {
   setenv("CUPS_SERVERROOT", Root().c_str(), 1);
   // Edited PPD copies go to the user's temporary directory: keep them here.
   setenv("XDG_RUNTIME_DIR", (Root() + "/runtime").c_str(), 1);
-  std::ofstream(Root() + "/os-release") << "PRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nVERSION=\"12 (bookworm)\"\n";
+  std::ofstream(Root() + "/os-release")
+      << "PRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nVERSION=\"12 (bookworm)\"\n";
 }
 
 void WindowTest::TearDown() {
@@ -105,8 +106,8 @@ AppDelegate::Seams WindowTest::Seams() {
   const int port = server_ ? server_->Port() : 0;
   seams.makeSession = [this, port](const std::string& queue) {
     ++sessions_;
-    auto transport = std::make_unique<RecordingTransport>("vkt3socket://127.0.0.1:" + std::to_string(port) + "/",
-                                                          readWait_, sent_);
+    auto transport =
+        std::make_unique<RecordingTransport>("vkt3socket://127.0.0.1:" + std::to_string(port) + "/", readWait_, sent_);
     return std::make_unique<DeviceCommunication>(queue, std::move(transport), 2);
   };
   return seams;

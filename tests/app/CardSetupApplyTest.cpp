@@ -4,12 +4,12 @@
 // the expected lines (or, for a user outside the admin group, not at all) and
 // is put back afterwards. Only VKTS32 PPDs are used in this process (the
 // driver's value tables keep the first model they see).
+#include <unistd.h>
+
 #include <QLineEdit>
 #include <QPushButton>
 #include <algorithm>
 #include <fstream>
-
-#include <unistd.h>
 
 #include "AppTestSupport.h"
 #include "Paths.h"
@@ -125,8 +125,8 @@ TEST_F(CardSetupApply, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
   Edits edits = Identity();
   edits.push_back({"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 3Both"});
   edits.push_back({"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"});
-  edits.push_back({"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK",
-                   "*DefaultVKTS32RibbonCombination: 1FrontYmckoBackYmcko"});
+  edits.push_back(
+      {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 1FrontYmckoBackYmcko"});
   edits.push_back({"*DefaultVKTS32AutoHalfPanel: 0false", "*DefaultVKTS32AutoHalfPanel: 1true"});
   edits.push_back({"*FrontX: 0", "*FrontX: 12"});
   edits.push_back({"*BackY: 0", "*BackY: -4"});
@@ -149,10 +149,10 @@ TEST_F(CardSetupApply, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
 
 TEST_F(CardSetupApply, StoredTextWithCombinationFourteenIsSavedBackAsThree) {
   const std::string stored =
-      Edited(original_, {{"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"},
-                         {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"},
-                         {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK",
-                          "*DefaultVKTS32RibbonCombination: 14FrontYMCKO"}});
+      Edited(original_,
+             {{"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"},
+              {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"},
+              {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 14FrontYMCKO"}});
   Install(stored);
   Start();
   auto& ui = app_->ui();
@@ -166,11 +166,11 @@ TEST_F(CardSetupApply, StoredTextWithCombinationFourteenIsSavedBackAsThree) {
 TEST_F(CardSetupApply, StoredKdOCombinationIsSavedWithMonochromeFive) {
   // 5 has no monochrome line: the stored HalfTone stays, only the identity changes.
   const std::string stored =
-      Edited(original_, {{"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"},
-                         {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"},
-                         {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"},
-                         {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK",
-                          "*DefaultVKTS32RibbonCombination: 12FrontKdO"}});
+      Edited(original_,
+             {{"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"},
+              {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"},
+              {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"},
+              {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 12FrontKdO"}});
   Install(stored);
   Start(OwnPrinter("ribbon_code = 54"));  // "KdO 500"
   auto& ui = app_->ui();

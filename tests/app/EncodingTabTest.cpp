@@ -17,7 +17,11 @@
 
 namespace {
 
-std::string WithReplyRequest(const std::string& command) { return "\x1b" + command + "\r\x1b" "E 2\r"; }
+std::string WithReplyRequest(const std::string& command) {
+  return "\x1b" + command +
+         "\r\x1b"
+         "E 2\r";
+}
 
 class EncodingTabTest : public app_test::WindowTest {
  protected:
@@ -130,8 +134,8 @@ TEST_F(EncodingTabTest, EncodeAndReadSendTheTickedTracksAndShowWhatThePrinterRea
 TEST_F(EncodingTabTest, ApplySendsTheChoicesRestoreDefaultsPutsTheFactoryChoiceBack) {
   // The lists offer the model's texts.
   for (VktComboBox* box : {ui().BoxT1Mode, ui().BoxT2Mode, ui().BoxT3Mode})
-    EXPECT_EQ(app_test::Items(box), (QStringList{"Track 1 format (alphanumeric)", "Track 2 format (numeric)",
-                                                 "Track 3 format (numeric)"}));
+    EXPECT_EQ(app_test::Items(box),
+              (QStringList{"Track 1 format (alphanumeric)", "Track 2 format (numeric)", "Track 3 format (numeric)"}));
   EXPECT_EQ(app_test::Items(ui().BoxT2Density), (QStringList{"210 BPI", "75 BPI"}));
   ui().BoxT1Mode->SelectItemAtIndex(2);
   ui().BoxT2Mode->SelectItemAtIndex(0);
@@ -158,8 +162,8 @@ TEST_F(EncodingTabTest, ApplySendsTheChoicesRestoreDefaultsPutsTheFactoryChoiceB
   EXPECT_EQ(Sent(), "");
   const auto shown = [this] {
     std::string text;
-    for (VktComboBox* box : {ui().BoxT1Mode, ui().BoxT2Mode, ui().BoxT3Mode, ui().BoxT1Density, ui().BoxT2Density,
-                             ui().BoxT3Density})
+    for (VktComboBox* box :
+         {ui().BoxT1Mode, ui().BoxT2Mode, ui().BoxT3Mode, ui().BoxT1Density, ui().BoxT2Density, ui().BoxT3Density})
       text += std::to_string(box->IndexOfSelectedItem());
     for (int n = 1; n <= 3; ++n)
       text += std::string(Check(n)->isChecked() ? "x" : "-") + Track(n)->text().toStdString() +

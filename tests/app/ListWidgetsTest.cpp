@@ -1,94 +1,109 @@
-// The list wrapper and the coercivity pair behave like the system's lists
-// and radio matrix, not like Qt's defaults.
+// The list widget and the coercivity pair behave like the tool's lists and
+// radio pair, not like Qt's defaults; the message boxes behind the Prompter
+// show the exact texts and buttons.
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
+#include <QApplication>
+#include <QMessageBox>
 #include <QRadioButton>
-#include <QSignalSpy>
+#include <QTimer>
 
 #include "AppTestSupport.h"
+#include "QtPrompter.h"
 #include "RadioPair.h"
-#include "VktComboBox.h"
 
 namespace {
 
-class VktComboBoxTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    app_test::EnsureApplication();
-    owned_ = std::make_unique<VktComboBox>();
-    QObject::connect(owned_.get(), &VktComboBox::SelectionDidChange, [this](int index) { seen_.push_back(index); });
-  }
-  std::unique_ptr<VktComboBox> owned_;
-  VktComboBox& list() { return *owned_; }
-  std::vector<int> seen_;
-};
-
-TEST_F(VktComboBoxTest, AddingToAnEmptyListSelectsNothingAndNotifiesNobody) {
-  list().AddItems({"Card feeder", "Single feeder slot", "Auto feed"});
-  list().AddItem("Front K");
-  EXPECT_EQ(list().NumberOfItems(), 4);
-  EXPECT_EQ(list().IndexOfSelectedItem(), -1);
-  EXPECT_TRUE(list().ObjectValueOfSelectedItem().isNull());
-  EXPECT_TRUE(seen_.empty());
-}
-
-TEST_F(VktComboBoxTest, RemovingAllItemsClearsTheSelectionSilently) {
-  list().AddItems({"None", "Front"});
-  list().SelectItemAtIndex(1);
-  seen_.clear();
-  list().RemoveAllItems();
-  EXPECT_EQ(list().NumberOfItems(), 0);
-  EXPECT_EQ(list().IndexOfSelectedItem(), -1);
-  EXPECT_TRUE(seen_.empty());
-}
-
-TEST_F(VktComboBoxTest, AddingKeepsAnExistingSelectionWithoutNotifying) {
-  list().AddItems({"None", "Front"});
-  list().SelectItemAtIndex(1);
-  seen_.clear();
-  list().AddItems({"Back", "Both"});
-  EXPECT_EQ(list().IndexOfSelectedItem(), 1);
-  EXPECT_EQ(list().ObjectValueOfSelectedItem(), "Front");
-  EXPECT_TRUE(seen_.empty());
-}
-
-TEST_F(VktComboBoxTest, EveryProgramSelectionNotifiesEvenTheSameIndex) {
-  list().AddItems({"No", "Yes"});
-  list().SelectItemAtIndex(1);
-  list().SelectItemAtIndex(1);
-  list().SelectItemAtIndex(0);
-  list().SelectItemAtIndex(7);  // out of range: nothing selected
-  EXPECT_EQ(seen_, (std::vector<int>{1, 1, 0, -1}));
-  EXPECT_EQ(list().IndexOfSelectedItem(), -1);
-}
-
-TEST_F(VktComboBoxTest, AUserChoiceNotifiesLikeAProgramSelection) {
-  list().AddItems({"Diffusion", "Halftone"});
-  list().setCurrentIndex(1);  // what the pop-up does when the user picks an item
-  EXPECT_EQ(seen_, (std::vector<int>{1}));
-}
-
-TEST(RadioPairTest, BothButtonsCanBeOffAndAClickLeavesExactlyTheClickedOneOn) {
+TEST(ListWidgetsTest, ProgramAndUserSelectionsNotifyAddingAndRemovingNever) {
   app_test::EnsureApplication();
+  VktComboBox list;
+  std::vector<int> seen;
+  QObject::connect(&list, &VktComboBox::SelectionDidChange, [&seen](int index) { seen.push_back(index); });
+  list.AddItems({"None", "Front"});
+  EXPECT_EQ(list.IndexOfSelectedItem(), -1);
+  EXPECT_TRUE(list.ObjectValueOfSelectedItem().isNull());
+  list.SelectItemAtIndex(1);
+  list.AddItems({"Back"});
+  list.AddItem("Both");
+  EXPECT_EQ(list.ObjectValueOfSelectedItem(), "Front");  // adding keeps the selection
+  list.SelectItemAtIndex(1);                             // the same index notifies again
+  list.setCurrentIndex(3);                               // what the pop-up does when the user picks an item
+  list.SelectItemAtIndex(7);                             // out of range: nothing selected
+  EXPECT_EQ(list.IndexOfSelectedItem(), -1);
+  list.SelectItemAtIndex(0);
+  list.RemoveAllItems();
+  EXPECT_EQ(list.NumberOfItems(), 0);
+  EXPECT_EQ(list.IndexOfSelectedItem(), -1);
+  EXPECT_EQ(seen, (std::vector<int>{1, 1, 3, -1, 0}));
+
   QRadioButton high("High Coercivity"), low("Low Coercivity");
   RadioPair pair(&high, &low);
   pair.SetStates(false, false);
-  EXPECT_FALSE(high.isChecked());
-  EXPECT_FALSE(low.isChecked());
-
+  EXPECT_FALSE(high.isChecked() || low.isChecked());
   low.click();
-  EXPECT_FALSE(high.isChecked());
-  EXPECT_TRUE(low.isChecked());
   low.click();  // clicking the chosen one again keeps it chosen
-  EXPECT_TRUE(low.isChecked());
+  EXPECT_TRUE(!high.isChecked() && low.isChecked());
   high.click();
-  EXPECT_TRUE(high.isChecked());
-  EXPECT_FALSE(low.isChecked());
-
+  EXPECT_TRUE(high.isChecked() && !low.isChecked());
   pair.SetStates(false, true);
   pair.SelectFirst();
-  EXPECT_TRUE(pair.FirstOn());
-  EXPECT_FALSE(pair.SecondOn());
+  EXPECT_TRUE(pair.FirstOn() && !pair.SecondOn());
+}
+
+TEST(ListWidgetsTest, MessageBoxesShowTheTextsAndReportTheButtonPressed) {
+  app_test::EnsureApplication();
+  const struct {
+    std::string header, message;
+    std::vector<std::string> buttons;
+    int timeout;
+    const char* press;  // null: nobody answers
+    int answer;
+    QString seen;  // title | text | informative | visible buttons | default
+  } cases[] = {
+      {"Orvex Printer Settings",
+       "Go on?",
+       {"Yes", "No"},
+       0,
+       "No",
+       1,
+       "Orvex Printer Settings|<b>Orvex Printer Settings</b>|Go on?|Yes,No|Yes"},
+      // Without a header the message is the text under the tool's title; an empty alternate is no button.
+      {"",
+       "Not able to launch printer properties.",
+       {"OK", ""},
+       0,
+       "OK",
+       0,
+       "Orvex Printer Settings|Not able to launch printer properties.||OK|OK"},
+      // A timed notice without buttons closes by itself.
+      {"Orvex Printer Settings",
+       "\nApplying",
+       {},
+       1,
+       nullptr,
+       Prompter::kNoButton,
+       "Orvex Printer Settings|<b>Orvex Printer Settings</b>|\nApplying||"},
+  };
+  for (const auto& c : cases) {
+    QString seen;
+    QTimer::singleShot(0, [&seen, &c] {
+      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      ASSERT_NE(box, nullptr);
+      QStringList visible;
+      QAbstractButton* press = nullptr;
+      for (QAbstractButton* button : box->buttons()) {
+        if (button->isVisibleTo(box)) visible << button->text();
+        if (c.press && button->text() == c.press) press = button;
+      }
+      seen = box->windowTitle() + "|" + box->text() + "|" + box->informativeText() + "|" + visible.join(",") + "|" +
+             (box->defaultButton() ? box->defaultButton()->text() : "");
+      if (press) press->click();
+    });
+    QtPrompter prompter;
+    EXPECT_EQ(prompter.Show(c.header, c.message, c.buttons, Prompter::Level::kNote, {}, c.timeout), c.answer);
+    EXPECT_EQ(seen.toStdString(), c.seen.toStdString());
+  }
 }
 
 }  // namespace

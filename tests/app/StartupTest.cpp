@@ -75,13 +75,16 @@ TEST_F(StartupTest, EachModelShowsItsInformationAndTabs) {
   } cases[] = {
       {"VKTS32", "VKTS32.ppd", "",
        "Orvex VKT Series 32|VKT32-M V1.02.03.016|S32000001\r|2950\r|1234|YMCKO|120|Yes|No|type 0 two-sided both-on "
-       "tabs " + all},
+       "tabs " +
+           all},
       {"VKTS1-both-names", "VKTS1.ppd", "",
        "Orvex VKT Series 1|VKT11 VKT31 V1.00.01|S01000002\r|2950\r|1234|Monochrome|500|No|No|type 2 one-sided "
-       "both-off tabs " + noEncoder},
+       "both-off tabs " +
+           noEncoder},
       {"VKTS31", "VKTS31.ppd", "",
        "Orvex VKT Series 31|VKT31-M V1.02.03.016|S31000001\r|2950\r|1234|KRO|300|Yes|No|type 1 one-sided both-off "
-       "tabs " + all},
+       "tabs " +
+           all},
       {"VKTS32-contact", "VKTS32.ppd", "", "Contact Station|"},
       {"VKTS32-mifare", "VKTS32.ppd", "", "PS/SC Contact encoder + Contactless Mifare|"},
       // Firmware texts of 19 and 21 characters.
@@ -107,17 +110,25 @@ TEST_F(StartupTest, Series32FillsTheWindowAskingInTheOrderOfTheInformation) {
   EXPECT_EQ(app_->frmVersion, "VKT32-M V1.02.03.016");
   EXPECT_EQ(app_->PPDFileName, PpdPath());
   EXPECT_EQ(app_->objPPDHelper()->PrinterModel, "VKTS32");
-  const std::string request = "\x1b" "E 2\r";
+  const std::string request =
+      "\x1b"
+      "E 2\r";
   // The second feeder question comes from the feeder list's own handler.
-  EXPECT_EQ(Sent(), std::string("\x1b%SERIE\r") + request + "\x1bV\r" + request +
-                        "\x1b!V 15\r" + request + "\x1b!RIBBON\r" + request + "\x1b!NL\r" + request + "\x1b!RIBLEN\r" +
-                        request + "\x1b&V\r" + request + "\x1b" "ATM 1 1\r" + request + "\x1b" "ATM 1 1\r" + request + "\x1b+O\r" + request +
-                        "\x1b+OY\r" + request + "\x1b+OB\r" + request + "\x1b+OYB\r" + request);
+  EXPECT_EQ(Sent(), std::string("\x1b%SERIE\r") + request + "\x1bV\r" + request + "\x1b!V 15\r" + request +
+                        "\x1b!RIBBON\r" + request + "\x1b!NL\r" + request + "\x1b!RIBLEN\r" + request + "\x1b&V\r" +
+                        request +
+                        "\x1b"
+                        "ATM 1 1\r" +
+                        request +
+                        "\x1b"
+                        "ATM 1 1\r" +
+                        request + "\x1b+O\r" + request + "\x1b+OY\r" + request + "\x1b+OB\r" + request + "\x1b+OYB\r" +
+                        request);
   EXPECT_EQ(Items(ui().FeederOption), (QStringList{"Card feeder", "Single feeder slot", "Auto feed"}));
   EXPECT_EQ(ui().FeederOption->IndexOfSelectedItem(), 0);
   EXPECT_FALSE(ui().PrinterFeedOptionApplyBtn->isEnabled());
-  for (QWidget* off : std::initializer_list<QWidget*>{ui().leTrack1, ui().leTrack2, ui().leTrack3,
-                                                       ui().FWDownloadBtn, ui().prnSendBtn})
+  for (QWidget* off : std::initializer_list<QWidget*>{ui().leTrack1, ui().leTrack2, ui().leTrack3, ui().FWDownloadBtn,
+                                                      ui().prnSendBtn})
     EXPECT_FALSE(off->isEnabled()) << off->objectName().toStdString();
   EXPECT_FALSE(ui().rdLowCo->isChecked());
   EXPECT_TRUE(ui().rdHighCo->isChecked());
@@ -156,8 +167,9 @@ TEST_F(StartupTest, AnOfflinePrinterLeavesOnlyAboutWithTheVersions) {
   EXPECT_EQ(alert.icon, app_->urlIcon);
   EXPECT_EQ(TabNames(), (QStringList{"AboutTab"}));
   EXPECT_TRUE(app_->window()->isVisible());
-  EXPECT_EQ(ui().txtVersionInfo->text(),
-            "Orvex VKT Series 3/1 CardPrinter\n\nVersion QR7HM.1.00.02 (dt. Apr 15 2016)\n\nPrinter Properties for Linux");
+  EXPECT_EQ(
+      ui().txtVersionInfo->text(),
+      "Orvex VKT Series 3/1 CardPrinter\n\nVersion QR7HM.1.00.02 (dt. Apr 15 2016)\n\nPrinter Properties for Linux");
   EXPECT_EQ(ui().lblMacOSXVersionTxt->text(), "Debian GNU/Linux 12 (bookworm) Version 12 (bookworm)");
   EXPECT_EQ(Facts().substr(0, 9), "|||||||||");
   EXPECT_EQ(app_->objPPDHelper(), nullptr);

@@ -82,10 +82,10 @@ class CardSetupModelTest : public ::testing::Test {
   std::unique_ptr<CardSetupModel> model_;
 };
 
-const Edits kMono2000Halftone = {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 12Monochrome2000"},
-                                 {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"},
-                                 {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK",
-                                  "*DefaultVKTS32RibbonCombination: 10FrontKBackK"}};
+const Edits kMono2000Halftone = {
+    {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 12Monochrome2000"},
+    {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"},
+    {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 10FrontKBackK"}};
 
 TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbon) {
   const std::string colour = "comb [Front YMCO , Back K|Front YMCKO , Back YMCKO|Front YMC , Back KO]";
@@ -99,19 +99,35 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
     std::string state;
     std::string alerts;
   } cases[] = {
-      {"the driver's own ribbon", "VKTS32.ppd", 0, "YMCKO", {},
+      {"the driver's own ribbon",
+       "VKTS32.ppd",
+       0,
+       "YMCKO",
+       {},
        "both [No|Yes]=Yes/on ribbon [19 items]=YMCKO 100 Prints/off " + colour + "=Front YMCO , Back K/on " +
            fourMonos + "=Diffusion/on #0 half off/off apply off",
        ""},
-      {"no ribbon", "VKTS32.ppd", 0, "No Ribbon", {},
+      {"no ribbon",
+       "VKTS32.ppd",
+       0,
+       "No Ribbon",
+       {},
        "both [No|Yes]=Yes/on ribbon [1 items]=Unknown/off comb [None]=None/off " + fourMonos +
            "=-/on #0 half off/off apply off",
        "There is no ribbon or unable to communicate to printer;"},
-      {"a code beyond the table", "VKTS32.ppd", 0, "N/A", {},
+      {"a code beyond the table",
+       "VKTS32.ppd",
+       0,
+       "N/A",
+       {},
        "both [No|Yes]=Yes/on ribbon [1 items]=Unknown/off comb [None]=None/off " + fourMonos +
            "=-/on #0 half off/off apply off",
        "There is no ribbon or unable to communicate to printer;"},
-      {"a code without a name", "VKTS32.ppd", 0, std::nullopt, {},
+      {"a code without a name",
+       "VKTS32.ppd",
+       0,
+       std::nullopt,
+       {},
        "both [No|Yes]=Yes/on ribbon [19 items]=YMCKO 100 Prints/off " + colour + "=Front YMCO , Back K/on " +
            fourMonos + "=Diffusion/on #0 half off/off apply off",
        "Ribbon Changed to (null);"},
@@ -119,26 +135,43 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
        "both [No|Yes]=Yes/on ribbon [4 items]=High Capacity Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on " +
            fourMonos + "=Halftone/on #1 half off/off apply on",
        ""},
-      {"monochrome reported, colour stored", "VKTS32.ppd", 0, "Monochrome", {},
+      {"monochrome reported, colour stored",
+       "VKTS32.ppd",
+       0,
+       "Monochrome",
+       {},
        "both [No|Yes]=Yes/on ribbon [4 items]=Standard Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on " +
            fourMonos + "=Diffusion/on #0 half off/off apply on",
        "Ribbon changed to Monochrome Ribbon. Please choose the type of Monochrome ribbon installed in your printer;"},
-      {"the same ribbon in another letter case", "VKTS32.ppd", 0, "KRO",
+      {"the same ribbon in another letter case",
+       "VKTS32.ppd",
+       0,
+       "KRO",
        {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 17KrO500"}},
        "both [No|Yes]=Yes/on ribbon [19 items]=KrO 500 Prints/off comb [Front KrO ,  Back KrO]=Front KrO ,  Back "
        "KrO/on " +
            fourMonos + "=Diffusion/on #0 half off/off apply off",
        ""},
-      {"a printer ribbon no driver text holds", "VKTS32.ppd", 0, "WrKr 600 image",
+      {"a printer ribbon no driver text holds",
+       "VKTS32.ppd",
+       0,
+       "WrKr 600 image",
        {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"}},
        "both [No|Yes]=Yes/on ribbon [19 items]=YMCKO 100 Prints/off " + colour + "=Front YMCO , Back K/on " +
            fourMonos + "=Diffusion/on #0 half off/off apply on",
        "Ribbon Changed to WrKr 600 image;"},
-      {"a changed ribbon", "VKTS32.ppd", 0, "KdO 500", {},
+      {"a changed ribbon",
+       "VKTS32.ppd",
+       0,
+       "KdO 500",
+       {},
        "both [No|Yes]=Yes/on ribbon [19 items]=KdO 500 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back "
        "KdO/on mono [None]=None/on #0 half off/off apply off",
        "Ribbon Changed to KdO 500;"},
-      {"stored KdO with a half panel", "VKTS32.ppd", 0, "KdO 700",
+      {"stored KdO with a half panel",
+       "VKTS32.ppd",
+       0,
+       "KdO 700",
        {{"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 2Barcode"},
         {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 16KDO700"},
         {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 9FrontKdOBackKdO"},
@@ -146,23 +179,35 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
        "both [No|Yes]=Yes/on ribbon [19 items]=KdO 700 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back "
        "KdO/on mono [None]=None/on #0 half on/on apply off",
        ""},
-      {"Series 31: stored Text on a KrO ribbon keeps the four conversions", "VKTS31.ppd", 1, "KRO",
+      {"Series 31: stored Text on a KrO ribbon keeps the four conversions",
+       "VKTS31.ppd",
+       1,
+       "KRO",
        {{"*DefaultVKTS31MonoConversion: 0Diffusion", "*DefaultVKTS31MonoConversion: 3Text"},
         {"*DefaultVKTS31RibbonName: 0YMCKO100", "*DefaultVKTS31RibbonName: 17KrO500"}},
        "both [No|Yes]=No/off ribbon [19 items]=KrO 500 Prints/off comb [Front KrO]=Front KrO/on " + fourMonos +
            "=Text/on #3 half off/off apply off",
        ""},
-      {"Series 31: stored Text with combination 14 is Text of two", "VKTS31.ppd", 1, "YMCKO",
+      {"Series 31: stored Text with combination 14 is Text of two",
+       "VKTS31.ppd",
+       1,
+       "YMCKO",
        {{"*DefaultVKTS31MonoConversion: 0Diffusion", "*DefaultVKTS31MonoConversion: 3Text"}},
        "both [No|Yes]=No/off ribbon [19 items]=YMCKO 100 Prints/off comb [Front YMCKO]=Front YMCKO/on mono "
        "[Barcode|Text]=Text/on #1 half off/off apply off",
        ""},
-      {"Series 1: monochrome index 12 is the second name", "VKTS1.ppd", 2, "Monochrome",
+      {"Series 1: monochrome index 12 is the second name",
+       "VKTS1.ppd",
+       2,
+       "Monochrome",
        {{"*DefaultVKTS1RibbonName: 0YMCKO100", "*DefaultVKTS1RibbonName: 12Monochrome2000"}},
        "both [No|Yes]=No/off ribbon [2 items]=Standard White Monochrome/on comb [Front K]=Front K/on " + fourMonos +
            "=Diffusion/on #0 half off/off apply on",
        ""},
-      {"Series 1: monochrome index 13 falls off the list", "VKTS1.ppd", 2, "Monochrome",
+      {"Series 1: monochrome index 13 falls off the list",
+       "VKTS1.ppd",
+       2,
+       "Monochrome",
        {{"*DefaultVKTS1RibbonName: 0YMCKO100", "*DefaultVKTS1RibbonName: 13WhiteMono"}},
        "both [No|Yes]=No/off ribbon [2 items]=-/on comb [Front K]=Front K/on " + fourMonos +
            "=Diffusion/on #0 half off/off apply on",
@@ -200,15 +245,18 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
        "mode [Print|Encode Only|Print and Encode on same side]=Print/on rotate [None|Front]=None/on comb [Front "
        "YMCKO]=Front YMCKO/on mono [Barcode|Text]=Barcode/on"},
       {&m.PrintOnBothside, "Yes",
-       "mode [Print|Encode Only]=Print/on rotate [None|Front|Back|Both]=None/on comb [Front YMCO , Back K|Front YMCKO , "
+       "mode [Print|Encode Only]=Print/on rotate [None|Front|Back|Both]=None/on comb [Front YMCO , Back K|Front YMCKO "
+       ", "
        "Back YMCKO|Front YMC , Back KO]=Front YMCO , Back K/on mono [Diffusion|Halftone|Barcode|Text]=Diffusion/on"},
       {&m.RibbonCombinatioin, "Front YMCKO , Back YMCKO", "mono [Barcode|Text]=Barcode/on"},
       {&m.RibbonCombinatioin, "Front YMCO , Back K", "mono [Diffusion|Halftone|Barcode|Text]=Diffusion/on"},
       {&m.TypeOfRibbon, "KdO 700 Prints", "comb [Front KdO , Back KdO]=Front KdO , Back KdO/on mono [None]=None/on"},
       {&m.PrintOnBothside, "No", "comb [Front KdO]=Front KdO/on mono [None]=None/on"},
       // A white monochrome ribbon preselects Text; the half-panel box follows the ribbon.
-      {&m.TypeOfRibbon, "Standard White Monochrome", "comb [Front K]=Front K/on mono [Diffusion|Halftone|Barcode|Text]=Text/on half off/off"},
-      {&m.TypeOfRibbon, "Half Panel YMCKOKO 250 Prints", "comb [Front YMCKO]=Front YMCKO/on mono [Barcode|Text]=Barcode/on half on/on"},
+      {&m.TypeOfRibbon, "Standard White Monochrome",
+       "comb [Front K]=Front K/on mono [Diffusion|Halftone|Barcode|Text]=Text/on half off/off"},
+      {&m.TypeOfRibbon, "Half Panel YMCKOKO 250 Prints",
+       "comb [Front YMCKO]=Front YMCKO/on mono [Barcode|Text]=Barcode/on half on/on"},
   };
   for (const Step& step : steps) {
     SCOPED_TRACE(step.choice);

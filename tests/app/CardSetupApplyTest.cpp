@@ -147,38 +147,32 @@ TEST_F(CardSetupApply, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
   EXPECT_EQ(ServiceRequests(), requests);
 }
 
-TEST_F(CardSetupApply, StoredTextWithCombinationFourteenIsSavedBackAsThree) {
-  const std::string stored =
-      Edited(original_,
-             {{"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"},
-              {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"},
-              {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 14FrontYMCKO"}});
-  Install(stored);
-  Start();
-  auto& ui = app_->ui();
-  ASSERT_EQ(ui.MonoChromeConv->ObjectValueOfSelectedItem(), "Text");
-  ASSERT_EQ(ui.MonoChromeConv->IndexOfSelectedItem(), 1);
-  app_->CardSetup().SaveSettings();
-  EXPECT_TRUE(prompter_.prompts.empty());
-  ExpectPpd(Edited(stored, Identity()));
-}
-
-TEST_F(CardSetupApply, StoredKdOCombinationIsSavedWithMonochromeFive) {
-  // 5 has no monochrome line: the stored HalfTone stays, only the identity changes.
-  const std::string stored =
-      Edited(original_,
-             {{"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"},
-              {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"},
-              {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"},
-              {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 12FrontKdO"}});
-  Install(stored);
-  Start(OwnPrinter("ribbon_code = 54"));  // "KdO 500"
-  auto& ui = app_->ui();
-  ASSERT_TRUE(prompter_.prompts.empty());
-  ASSERT_EQ(Items(ui.MonoChromeConv), QStringList{"None"});
-  app_->CardSetup().SaveSettings();
-  EXPECT_TRUE(prompter_.prompts.empty());
-  ExpectPpd(Edited(stored, Identity()));
+// What was loaded is written back: Text of the two-item list of combination 14
+// as 3, and a KdO combination (no monochrome line) keeps the stored HalfTone.
+TEST_F(CardSetupApply, ApplyWithoutAChangeWritesTheStoredValuesBack) {
+  const struct {
+    Edits stored;
+    const char* ribbonCode;  // null: the queue's own printer
+  } cases[] = {
+      {{{"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"},
+        {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 14FrontYMCKO"}},
+       nullptr},
+      {{{"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"},
+        {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"},
+        {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 12FrontKdO"}},
+       "ribbon_code = 54"},  // "KdO 500"
+  };
+  for (const auto& c : cases) {
+    Edits edits = c.stored;
+    edits.push_back({"*DefaultVKTS32DualSidePrinting: 1true", "*DefaultVKTS32DualSidePrinting: 0false"});
+    const std::string stored = Edited(original_, edits);
+    Install(stored);
+    Start(c.ribbonCode ? OwnPrinter(c.ribbonCode) : 0);
+    prompter_.prompts.clear();
+    app_->CardSetup().SaveSettings();
+    EXPECT_TRUE(prompter_.prompts.empty());
+    ExpectPpd(Edited(stored, Identity()));
+  }
 }
 
 TEST_F(CardSetupApply, CloseWithoutApplyStoresTheChangedRibbon) {

@@ -1,6 +1,6 @@
 // The printer session without a printer: URI quirks, trimming, the write and
-// read primitives, the reset, and the flush handshake over a scripted
-// transport.
+// read primitives, the reset, the flush handshake over a scripted transport,
+// and the print-queue calls with no scheduler to ask.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -14,9 +14,8 @@ namespace {
 
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
-
-const std::string kReplyRequest = "\x1b" "E 2\r";
-const std::string kResetCommand = "\x1b.\r";
+using Reply = FakeTransport::Reply;
+Reply B(const std::string& bytes) { return FakeTransport::Bytes(bytes); }
 
 // A session with a scripted transport; the fake stays reachable.
 struct Session {
@@ -29,69 +28,43 @@ struct Session {
   std::unique_ptr<DeviceCommunication> session;
 };
 
-DeviceCommunication NoTransport() { return DeviceCommunication("Card", nullptr, 2); }
+// Print-queue calls end at once and quietly when no scheduler answers.
+class NoScheduler : public testing::Test {
+ protected:
+  void SetUp() override { setenv("CUPS_SERVER", "/nonexistent/cups.sock", 1); }
+  void TearDown() override { unsetenv("CUPS_SERVER"); }
+};
 
-TEST(DeviceUriTest, SerialNumberIsEverythingAfterTheFirstEquals) {
-  auto session = NoTransport();
-  CaptureStderr();
-  EXPECT_EQ(session.GetSerialNumberFromURI("usb://Orvex/VKTS32?serial=12345"), "12345");
-  EXPECT_EQ(GetCapturedStderr(), "position 25\nSerial number is 12345\n");
-  EXPECT_EQ(session.GetSerialNumberFromURI("usb://Orvex/VKTS32?serial=A=B"), "A=B");
-  EXPECT_EQ(session.GetSerialNumberFromURI(""), "");
-}
-
-TEST(DeviceUriTest, SerialNumberWithoutEqualsFailsLoudly) {
-  auto session = NoTransport();
-  CaptureStderr();
-  EXPECT_THROW(session.GetSerialNumberFromURI("usb://Orvex/VKTS32"), std::out_of_range);
-  EXPECT_EQ(GetCapturedStderr(), "string was not found\n");
-}
-
-TEST(DeviceUriTest, IpAddressIsCutAtTheSchemeColon) {
-  auto session = NoTransport();
-  CaptureStderr();
-  EXPECT_EQ(session.GetIPAddressFromURI("vkt3socket://10.1.2.3:9100"), "10.1.2.3:9");
-  EXPECT_EQ(GetCapturedStderr(), "position 12\nposition 10\nip address 10.1.2.3:9\n");
-  // A trailing "/" becomes ":9100" before the cut.
-  EXPECT_EQ(session.GetIPAddressFromURI("vkt3socket://10.1.2.3/"), "10.1.2.3:9");
-  EXPECT_EQ(session.GetIPAddressFromURI("vkt3socket://192.168.100.200"), "192.168.10");
-  EXPECT_EQ(session.GetIPAddressFromURI(""), std::nullopt);
-}
-
-TEST(DeviceUriTest, IpAddressQuirksFailInsteadOfShortening) {
-  auto session = NoTransport();
-  // No "/" at all: the unguarded index.
-  CaptureStderr();
-  EXPECT_THROW(session.GetIPAddressFromURI("printer:9100"), std::out_of_range);
-  EXPECT_EQ(GetCapturedStderr(), "string was not found\n");
-  // A host part shorter than the cut point.
-  EXPECT_THROW(session.GetIPAddressFromURI("vkt3socket://10.1"), std::out_of_range);
-}
-
-TEST(DeviceUriTest, IpAddressWithoutAnyColonKeepsTheWholeHost) {
-  auto session = NoTransport();
-  CaptureStderr();
-  EXPECT_EQ(session.GetIPAddressFromURI("host/printer"), "printer");
-  EXPECT_EQ(GetCapturedStderr(), "position 4\nstring was not found\nip address printer\n");
-}
-
-TEST(TrimStringTest, RemovesBlanksAndTabsOnly) {
-  EXPECT_EQ(DeviceCommunication::TrimString(" \t 2950 \t"), "2950");
-  EXPECT_EQ(DeviceCommunication::TrimString("  120,200\r\n"), "120,200\r\n");
-  EXPECT_EQ(DeviceCommunication::TrimString("\r 5 "), "\r 5");
-  EXPECT_EQ(DeviceCommunication::TrimString(" \t "), "");
-  EXPECT_EQ(DeviceCommunication::TrimString("a b"), "a b");
-}
-
-TEST(SessionPrimitivesTest, WithoutTransportNothingIsSentOrRead) {
-  auto session = NoTransport();
-  EXPECT_EQ(session.TransportKind(), 0u);
-  EXPECT_EQ(session.GetDeviceStatusInfo(), 0u);
-  EXPECT_FALSE(session.IsNetworkPrinter());
-  EXPECT_EQ(session.WriteToPrinter("\x1bV\r", 3), -1);
-  EXPECT_EQ(session.ReadFromPrinter(), std::nullopt);
-  EXPECT_EQ(session.GetPrinterIPAddress(), std::nullopt);
-  session.ResetHandle();  // does nothing, must not fail
+TEST(DeviceUriTest, SerialNumberAndIpAddressCuts) {
+  DeviceCommunication session("Card", nullptr, 2);
+  const struct {
+    bool ip;
+    std::string uri, expected;
+    const char* log = nullptr;  // the exact log when set
+  } cases[] = {{false, "usb://Orvex/VKTS32?serial=12345", "12345", "position 25\nSerial number is 12345\n"},
+               {false, "usb://Orvex/VKTS32?serial=A=B", "A=B"},  // everything after the first "="
+               {false, "", ""},
+               {false, "usb://Orvex/VKTS32", "<out of range>", "string was not found\n"},
+               {true, "vkt3socket://10.1.2.3:9100", "10.1.2.3:9", "position 12\nposition 10\nip address 10.1.2.3:9\n"},
+               {true, "vkt3socket://10.1.2.3/", "10.1.2.3:9"},  // "/" becomes ":9100" before the cut
+               {true, "vkt3socket://192.168.100.200", "192.168.10"},
+               {true, "", "<none>"},
+               {true, "printer:9100", "<out of range>", "string was not found\n"},  // no "/" at all
+               {true, "vkt3socket://10.1", "<out of range>"},                       // shorter than the cut
+               {true, "host/printer", "printer", "position 4\nstring was not found\nip address printer\n"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.uri);
+    CaptureStderr();
+    std::string result;
+    try {
+      result = c.ip ? session.GetIPAddressFromURI(c.uri).value_or("<none>") : session.GetSerialNumberFromURI(c.uri);
+    } catch (const std::out_of_range&) {
+      result = "<out of range>";
+    }
+    const std::string log = GetCapturedStderr();
+    EXPECT_EQ(result, c.expected);
+    EXPECT_TRUE(!c.log || log == c.log) << log;
+  }
 }
 
 TEST(SessionPrimitivesTest, WriteHidesTheTransportResult) {
@@ -103,114 +76,72 @@ TEST(SessionPrimitivesTest, WriteHidesTheTransportResult) {
   EXPECT_EQ(s.session->WriteToPrinter("xyz", -1), -1);
   EXPECT_EQ(s.session->WriteToPrinter(nullptr, 3), -1);
   EXPECT_EQ(s.fake->writes, (std::vector<std::string>{"\x1b.\r", ""}));
-  Session usb(1);
-  EXPECT_FALSE(usb.session->IsNetworkPrinter());
+  EXPECT_FALSE(Session(1).session->IsNetworkPrinter());
+  DeviceCommunication none("Card", nullptr, 2);
+  EXPECT_EQ(none.WriteToPrinter("\x1bV\r", 3), -1);
+  EXPECT_EQ(none.ReadFromPrinter(), std::nullopt);
+  EXPECT_EQ(none.GetPrinterIPAddress(), std::nullopt);
+  EXPECT_FALSE(none.IsNetworkPrinter());
+  none.ResetHandle();  // does nothing, must not fail
 }
 
 TEST(SessionPrimitivesTest, ReadTrimsAndTurnsNakIntoEmptyText) {
   Session s;
-  s.fake->replies = {FakeTransport::Bytes("  2950\r\n"), FakeTransport::Bytes("\x15" "E1\x04"),
-                     FakeTransport::Bytes("\x15"), FakeTransport::Failure(), {std::string(), -1}};
+  const std::string full(kReplyBufferSize, 'x');
+  s.fake->replies = {B("  2950\r\n"), B("\025E1\x04"), B("\x15"), {std::nullopt, -1}, {std::string(), -1}, B(full)};
   CaptureStderr();
   EXPECT_EQ(s.session->ReadFromPrinter(), "2950\r\n");
   EXPECT_EQ(s.session->ReadFromPrinter(), "");
-  EXPECT_EQ(GetCapturedStderr(), "Received   2950\r\nReceived \x15" "E1\x04\nEmptyString\n");
+  EXPECT_EQ(GetCapturedStderr(), "Received   2950\r\nReceived \025E1\x04\nEmptyString\n");
   EXPECT_EQ(s.session->ReadFromPrinter(), "");
   EXPECT_EQ(s.session->ReadFromPrinter(), std::nullopt);  // no buffer handed over
   EXPECT_EQ(s.session->ReadFromPrinter(), "");            // a buffer with a failed count
+  EXPECT_EQ(s.session->ReadFromPrinter(), full);          // stops at the buffer's end
   EXPECT_TRUE(s.fake->writes.empty());
 }
 
-TEST(SessionPrimitivesTest, ReadOfAFullBufferStopsAtItsEnd) {
-  Session s;
-  s.fake->replies = {FakeTransport::Bytes(std::string(kReplyBufferSize, 'x'))};
-  EXPECT_EQ(s.session->ReadFromPrinter(), std::string(kReplyBufferSize, 'x'));
-}
-
-TEST(ResetHandleTest, ClosesWaitsAndReopensOnce) {
-  // No scheduler: the resume request fails silently.
-  setenv("CUPS_SERVER", "/nonexistent/cups.sock", 1);
-  RecordingWaits waits;
-  Session s;
-  s.session->ResetHandle();
-  EXPECT_EQ(s.fake->closes, 1);
-  EXPECT_EQ(s.fake->opens, 1);
-  EXPECT_EQ(waits.entries, (std::vector<RecordingWaits::Entry>{
-                               {RecordingWaits::Entry::kSleep, std::chrono::microseconds(300)}}));
-  unsetenv("CUPS_SERVER");
-}
-
-TEST(ResetHandleTest, RetriesFiveTimesWhileTheStatusStaysZero) {
-  setenv("CUPS_SERVER", "/nonexistent/cups.sock", 1);
-  RecordingWaits waits;
-  Session s;
-  s.fake->status = 0;
-  CaptureStderr();
-  s.session->ResetHandle();
-  EXPECT_EQ(GetCapturedStderr(), "Trying to get the device handle\n");
-  EXPECT_EQ(s.fake->closes, 6);
-  EXPECT_EQ(s.fake->opens, 6);
-  EXPECT_EQ(waits.Total(), std::chrono::microseconds(600));
-  EXPECT_EQ(s.session->GetDeviceStatusInfo(), 7u);  // stored at construction, not updated
-  unsetenv("CUPS_SERVER");
-}
-
-// The flush handshake as both transports run it.
-std::vector<std::string> Rounds(int n) {
-  std::vector<std::string> writes;
-  for (int i = 0; i < n; ++i) {
-    writes.push_back(kResetCommand);
-    writes.push_back(kReplyRequest);
+TEST_F(NoScheduler, ResetClosesWaitsAndReopensWhileTheStatusStaysZero) {
+  for (uint32_t status : {7u, 0u}) {
+    SCOPED_TRACE(status);
+    RecordingWaits waits;
+    Session s;
+    s.fake->status = status;
+    CaptureStderr();
+    s.session->ResetHandle();
+    EXPECT_EQ(GetCapturedStderr(), status ? "" : "Trying to get the device handle\n");
+    EXPECT_EQ(s.fake->closes, status ? 1 : 6);
+    EXPECT_EQ(s.fake->opens, status ? 1 : 6);
+    EXPECT_EQ(waits.entries.size(), status ? 1u : 2u);
+    EXPECT_EQ(waits.entries[0], (RecordingWaits::Entry{RecordingWaits::Entry::kSleep, std::chrono::microseconds(300)}));
+    EXPECT_EQ(waits.Total(), std::chrono::microseconds(status ? 300 : 600));
+    EXPECT_EQ(s.session->GetDeviceStatusInfo(), 7u);  // stored at construction, not updated
   }
-  return writes;
 }
 
-TEST(FlushHandshakeTest, EndsOnAck) {
-  FakeTransport t;
-  t.replies = {FakeTransport::Bytes("\x06")};
-  t.FlushPrinterEndPoint();
-  EXPECT_EQ(t.writes, Rounds(1));
+TEST(FlushHandshakeTest, RoundsUntilAckFailureOrAnotherReply) {
+  std::vector<Reply> naks(40, B("\025E1\x04"));
+  naks.push_back(B("\x06"));
+  const struct {
+    const char* name;
+    std::vector<Reply> replies;
+    size_t rounds, left;
+  } cases[] = {{"ack", {B("\x06")}, 1, 0},
+               {"naks then ack", naks, 41, 0},
+               {"silent: one more try", {}, 2, 0},
+               {"other replies", {B("V1\r"), B("\x15"), B("5\r"), B("\x06")}, 3, 1},
+               {"closed: zero bytes", {B("\x15"), {std::string(), 0}, B("\x06")}, 2, 1}};
+  for (const auto& c : cases) {
+    FakeTransport t;
+    t.replies.assign(c.replies.begin(), c.replies.end());
+    t.FlushPrinterEndPoint();
+    std::vector<std::string> expected;
+    for (size_t i = 0; i < c.rounds; ++i) expected.insert(expected.end(), {"\x1b.\r", "\033E 2\r"});
+    EXPECT_EQ(t.writes, expected) << c.name;
+    EXPECT_EQ(t.replies.size(), c.left) << c.name;
+  }
 }
 
-TEST(FlushHandshakeTest, RepeatsWhileThePrinterAnswersNak) {
-  FakeTransport t;
-  for (int i = 0; i < 40; ++i) t.replies.push_back(FakeTransport::Bytes("\x15" "E1\x04"));
-  t.replies.push_back(FakeTransport::Bytes("\x06"));
-  t.FlushPrinterEndPoint();
-  EXPECT_EQ(t.writes, Rounds(41));
-  EXPECT_TRUE(t.replies.empty());
-}
-
-TEST(FlushHandshakeTest, StopsOnAFailedReadOrAnotherReply) {
-  FakeTransport silent;  // first read fails, the loop tries once more
-  silent.FlushPrinterEndPoint();
-  EXPECT_EQ(silent.writes, Rounds(2));
-
-  FakeTransport other;
-  other.replies = {FakeTransport::Bytes("V1\r"), FakeTransport::Bytes("\x15"), FakeTransport::Bytes("5\r"),
-                   FakeTransport::Bytes("\x06")};
-  other.FlushPrinterEndPoint();
-  EXPECT_EQ(other.writes, Rounds(3));
-  EXPECT_EQ(other.replies.size(), 1u);
-
-  FakeTransport closed;  // the printer closed the connection: zero bytes
-  closed.replies = {FakeTransport::Bytes("\x15"), {std::string(), 0}, FakeTransport::Bytes("\x06")};
-  closed.FlushPrinterEndPoint();
-  EXPECT_EQ(closed.writes, Rounds(2));
-}
-
-}  // namespace
-
-namespace {
-
-// Print-queue calls with no scheduler to ask: they end at once and quietly.
-class NoSchedulerTest : public testing::Test {
- protected:
-  void SetUp() override { setenv("CUPS_SERVER", "/nonexistent/cups.sock", 1); }
-  void TearDown() override { unsetenv("CUPS_SERVER"); }
-};
-
-TEST_F(NoSchedulerTest, CheckJobStatusReturnsAtOnceForNoJobOrNoQueue) {
+TEST_F(NoScheduler, JobWaitBusyTestAndEnableEndAtOnce) {
   RecordingWaits waits;
   CaptureStderr();
   CheckJobStatus(0, "Card");
@@ -221,9 +152,7 @@ TEST_F(NoSchedulerTest, CheckJobStatusReturnsAtOnceForNoJobOrNoQueue) {
   CheckJobStatus(12, "Card");  // the scheduler lists no jobs
   EXPECT_EQ(GetCapturedStderr(), "Job Id is 12\nJob Completed\n");
   EXPECT_TRUE(waits.entries.empty());
-}
 
-TEST_F(NoSchedulerTest, BusyIsFalseAndEnableIsSilent) {
   EXPECT_FALSE(IsPrinterBusy("Card"));
   EXPECT_FALSE(IsPrinterBusy(nullptr));
   DeviceCommunication session("Card", nullptr, 0);

@@ -18,16 +18,14 @@
 inline constexpr std::chrono::milliseconds kTestReadWait{3000};
 inline constexpr std::chrono::milliseconds kSilenceReadWait{200};
 
-inline const std::string kReplyRequest = "\x1b" "E 2\r";
-inline const std::string kFlushRound = std::string("\x1b.\r") + kReplyRequest;
+inline const std::string kReplyRequest = "\033E 2\r";
+inline const std::string kFlushRound = "\x1b.\r" + kReplyRequest;
 
 class EmulatorTest : public testing::Test {
  protected:
-  // Starts an emulator with `profile`; the test fails when it cannot.
   void StartEmulator(PrinterProfile profile = PrinterProfile()) {
     server_ = std::make_unique<EmulatorServer>(std::move(profile));
     ASSERT_TRUE(server_->Start(0)) << "the printer emulator did not start";
-    ASSERT_GT(server_->Port(), 0);
   }
   std::string Uri() const { return "vkt3socket://127.0.0.1:" + std::to_string(server_->Port()); }
   std::unique_ptr<EthernetCommunication> Connect(std::chrono::milliseconds readWait = kTestReadWait) {
@@ -37,12 +35,12 @@ class EmulatorTest : public testing::Test {
   // Bytes the emulator received on connection `index`, once it has read at
   // least `size` of them (the server reads on its own thread).
   std::string Received(size_t index, size_t size) {
+    std::vector<std::string> transcripts;
     for (int i = 0; i < 2000; ++i) {
-      auto transcripts = server_->ConnectionTranscripts();
-      if (transcripts.size() > index && transcripts[index].size() >= size) return transcripts[index];
+      transcripts = server_->ConnectionTranscripts();
+      if (transcripts.size() > index && transcripts[index].size() >= size) break;
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    auto transcripts = server_->ConnectionTranscripts();
     return transcripts.size() > index ? transcripts[index] : std::string("<no connection>");
   }
 

@@ -17,24 +17,19 @@ class FakeTransport : public VKTS3Communication {
     int count = 0;                     // what the read returns
   };
   static Reply Bytes(const std::string& b) { return {b, static_cast<int>(b.size())}; }
-  static Reply Failure() { return {std::nullopt, -1}; }
 
-  std::deque<Reply> replies;          // an empty script means "no reply"
-  std::vector<std::string> writes;    // every SendDataToPrinter, in order
+  std::deque<Reply> replies;        // an empty script means "no reply"
+  std::vector<std::string> writes;  // every SendDataToPrinter, in order
   uint32_t status = 7;
-  int closes = 0;
-  int opens = 0;
-  int reads = 0;
+  int closes = 0, opens = 0;
 
   int GetDataFromPrinter(ReplyBuffer* buffer) override {
-    ++reads;
     if (replies.empty()) return -1;
     Reply reply = replies.front();
     replies.pop_front();
     if (reply.bytes) {
-      auto data = std::make_unique<char[]>(kReplyBufferSize);
-      std::memcpy(data.get(), reply.bytes->data(), std::min<size_t>(reply.bytes->size(), kReplyBufferSize));
-      *buffer = std::move(data);
+      *buffer = std::make_unique<char[]>(kReplyBufferSize);
+      std::memcpy(buffer->get(), reply.bytes->data(), std::min<size_t>(reply.bytes->size(), kReplyBufferSize));
     }
     return reply.count;
   }
@@ -44,10 +39,7 @@ class FakeTransport : public VKTS3Communication {
   }
   void FlushPrinterEndPoint() override { RunFlushHandshake(); }
   void ClosePrinterHandle() override { ++closes; }
-  int GetPrinterHandle() override {
-    ++opens;
-    return 1;
-  }
+  int GetPrinterHandle() override { return ++opens, 1; }
   uint32_t GetDeviceStatus() override { return status; }
   std::optional<std::string> GetIPAddress() override { return std::nullopt; }
 };

@@ -3,6 +3,7 @@
 // libusb would look at the real machine and prove nothing).
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -27,22 +28,20 @@ class UsbTestbedTest : public testing::Test {
   static PrinterProfile Profile(const std::string& serial) {
     PrinterProfile profile;
     profile.serial = serial;
-    profile.replyTerminator = "\r";
-    profile.firmwareTerminator = "\r";
+    profile.replyTerminator = profile.firmwareTerminator = "\r";
     return profile;
   }
-
   // A printer of the family's vendor with the given serial number string.
   int AddPrinter(const std::string& serial, bool busy = false) {
     return testbed->AddPrinter(USBCommunication::VendorId(), serial, Profile(serial), busy);
   }
-
+  int AddPrinter(UsbPrinterOptions options) {
+    options.vendorId = USBCommunication::VendorId();
+    options.serial = kWanted;
+    return testbed->AddPrinter(options, Profile(kWanted));
+  }
   std::unique_ptr<USBCommunication> Open(const std::string& serial) {
     return std::make_unique<USBCommunication>(serial, kShortRead);
-  }
-
-  static std::string Text(const ReplyBuffer& buffer, int count) {
-    return std::string(buffer.get(), static_cast<size_t>(count));
   }
 
   std::unique_ptr<UsbPrinterTestbed> testbed;

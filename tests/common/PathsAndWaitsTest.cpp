@@ -9,33 +9,25 @@
 using namespace std::chrono_literals;
 
 TEST(Paths, DefaultsAndEnvironmentOverrides) {
-  const struct {
-    std::vector<std::pair<const char*, const char*>> env;  // nullptr: unset
-    std::string ppd, temporary;
-    int port;
-  } cases[] = {{{{"CUPS_SERVERROOT", nullptr},
-                 {"XDG_RUNTIME_DIR", nullptr},
-                 {"TMPDIR", nullptr},
-                 {"VKT_PPD_SERVICE_PORT", nullptr}},
-                "/etc/cups/ppd/Card.ppd",
-                "/tmp/",
-                24671},
-               {{{"CUPS_SERVERROOT", "/tmp/sb"}, {"TMPDIR", "/var/tmp"}, {"VKT_PPD_SERVICE_PORT", "31000"}},
-                "/tmp/sb/ppd/Card.ppd",
-                "/var/tmp/",
-                31000},
-               {{{"XDG_RUNTIME_DIR", "/run/user/1000"}, {"VKT_PPD_SERVICE_PORT", "31000x"}},
-                "/tmp/sb/ppd/Card.ppd",
-                "/run/user/1000/",
-                24671},
-               {{{"VKT_PPD_SERVICE_PORT", "65536"}}, "/tmp/sb/ppd/Card.ppd", "/run/user/1000/", 24671},
-               {{{"VKT_PPD_SERVICE_PORT", "65535"}}, "/tmp/sb/ppd/Card.ppd", "/run/user/1000/", 65535}};
-  for (const auto& c : cases) {
-    for (const auto& [name, value] : c.env) value ? setenv(name, value, 1) : unsetenv(name);
-    SCOPED_TRACE(c.port);
-    EXPECT_EQ(vkt_paths::PpdPathForQueue("Card"), c.ppd);
-    EXPECT_EQ(vkt_paths::TemporaryDirectory(), c.temporary);
-    EXPECT_EQ(vkt_paths::PpdServicePort(), c.port);
+  for (const char* name : {"CUPS_SERVERROOT", "XDG_RUNTIME_DIR", "TMPDIR", "VKT_PPD_SERVICE_PORT", "VKT_JOBLOG_DIR"})
+    unsetenv(name);
+  EXPECT_EQ(vkt_paths::PpdPathForQueue("Card"), "/etc/cups/ppd/Card.ppd");
+  EXPECT_EQ(vkt_paths::TemporaryDirectory(), "/tmp/");
+  EXPECT_EQ(vkt_paths::JobLogFolder(), "/Library/Caches/VKTS3S1Log/");
+  setenv("CUPS_SERVERROOT", "/tmp/sb", 1);
+  setenv("TMPDIR", "/var/tmp", 1);
+  setenv("VKT_JOBLOG_DIR", "/var/log/cards", 1);
+  EXPECT_EQ(vkt_paths::PpdPathForQueue("Card"), "/tmp/sb/ppd/Card.ppd");
+  EXPECT_EQ(vkt_paths::TemporaryDirectory(), "/var/tmp/");
+  EXPECT_EQ(vkt_paths::JobLogFolder(), "/var/log/cards/");
+  setenv("XDG_RUNTIME_DIR", "/run/user/1000", 1);  // the private one comes first
+  EXPECT_EQ(vkt_paths::TemporaryDirectory(), "/run/user/1000/");
+  EXPECT_EQ(vkt_paths::PpdServicePort(), 24671);
+  const std::pair<const char*, int> ports[] = {{"31000", 31000}, {"65535", 65535}, {"1", 1},   {"31000x", 24671},
+                                               {"65536", 24671}, {"0", 24671},     {"", 24671}};
+  for (const auto& [text, port] : ports) {
+    setenv("VKT_PPD_SERVICE_PORT", text, 1);
+    EXPECT_EQ(vkt_paths::PpdServicePort(), port) << text;
   }
 }
 

@@ -1,4 +1,5 @@
-// The print-queue calls against the sandbox's scheduler: the busy test for
+// The print-queue calls against the sandbox's scheduler: the device URI and
+// transport of every kind of queue, a session reading its emulator, the busy test for
 // processing, held and pending jobs, waiting for a job that really prints to
 // an emulator, and resuming a stopped queue (also as an ordinary user, who
 // must get a refusal and never a password prompt).
@@ -13,6 +14,7 @@
 
 #include "CupsPasswordPolicy.h"
 #include "DeviceCommunication.h"
+#include "PrinterProfile.h"
 #include "RecordingWaits.h"
 #include "SandboxEnv.h"
 #include "TestJobs.h"
@@ -29,6 +31,53 @@ class PrintQueueControlTest : public ::testing::Test {
     return WriteFile(name + ".pdf", CardPdf(name + "-" + std::to_string(getpid())));
   }
 };
+
+TEST_F(PrintQueueControlTest, UriTransportAndFirmwareOfEveryQueueKind) {
+  auto socket = [](const std::string& emulator) {
+    return "vkt3socket://127.0.0.1:" + vkt_sandbox::Var("VKT_EMU_PORT_" + emulator) + "/?snmp=false";
+  };
+  const struct {
+    std::string queue;
+    std::optional<std::string> uri;
+    std::string emulator;  // a vkt3socket queue's emulator
+  } cases[] = {{"Card", socket("Card"), "Card"},
+               {"Card2", socket("Card2"), "Card2"},
+               {"VKTS31Socket", socket("VKTS31Socket"), "VKTS31Socket"},
+               {"VKTS1Socket", socket("VKTS1Socket"), "VKTS1Socket"},
+               {"VKTS3CSocket", socket("VKTS3CSocket"), "VKTS3CSocket"},
+               {"VKTS31Lower", socket("VKTS31Socket"), "VKTS31Socket"},  // shares the VKTS31 emulator
+               {"VKTS32Usb", "usb://Orvex/VKTS32?serial=VKT0000123", "<usb>"},
+               {"VKTS31Ipp", "ipp://127.0.0.1:" + vkt_sandbox::Var("VKT_CUPS_PORT") + "/printers/x", ""},
+               {"VKTS31Dnssd", "dnssd://Orvex%20VKTS31._pdl-datastream._tcp.local/", ""},
+               {"NoSuchQueue", std::nullopt, ""},
+               {"", std::nullopt, "<no session>"}};
+  ASSERT_NE(vkt_sandbox::Var("VKT_EMU_PORT_Card"), vkt_sandbox::Var("VKT_EMU_PORT_Card2"));
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.queue);
+    DeviceCommunication lookup("", nullptr, 0);
+    const std::optional<std::string> uri = lookup.GetURIFromPrinterName(c.queue);
+    EXPECT_EQ(uri, c.uri);
+    if (c.emulator == "<usb>") {
+      EXPECT_EQ(lookup.GetSerialNumberFromURI(*uri), "VKT0000123");
+    }
+    if (c.emulator.starts_with("<")) continue;
+    DeviceCommunication session(c.queue);
+    if (c.emulator.empty()) {
+      EXPECT_EQ(session.TransportKind(), 0u);
+      EXPECT_EQ(session.Transport(), nullptr);
+      EXPECT_EQ(session.WriteToPrinter("\x1bV\r", 3), -1);
+      EXPECT_EQ(session.ReadFromPrinter(), std::nullopt);
+      continue;
+    }
+    PrinterProfile profile;
+    std::string error;
+    ASSERT_TRUE(LoadPrinterProfile(vkt_sandbox::Var("VKT_EMU_PROFILE_" + c.emulator), &profile, &error)) << error;
+    ASSERT_EQ(session.TransportKind(), 2u);
+    EXPECT_TRUE(session.IsNetworkPrinter());
+    EXPECT_EQ(session.GetFirmwareVersion(),
+              DeviceCommunication::TrimString(profile.firmware + profile.firmwareTerminator));
+  }
+}
 
 TEST_F(PrintQueueControlTest, ProcessingJobMakesItsQueueAndEveryPrefixOfItBusyUntilItPrinted) {
   // A stopped queue would leave the job pending and the wait below unbounded.
@@ -97,15 +146,15 @@ TEST_F(PrintQueueControlTest, AnOrdinaryUserResumingAQueueIsNeverAskedForAPasswo
     ::_exit(0);
   }
   // Without the policy the prompt "Password for nobody on 127.0.0.1?" comes
-  // and the call waits on it: read the terminal until the child ends, at
-  // most about ten seconds.
+  // and the call waits on it: read the terminal until the child ends, or
+  // until it stayed silent for about ten seconds.
   std::string shown;
   int status = 0;
   bool ended = false;
-  for (int round = 0; !ended && round < 100; ++round) {
+  for (int idle = 0; !ended && idle < 100;) {  // the terminal hangs up only when the child ends
     pollfd fd{terminal, POLLIN, 0};
     char buffer[256];
-    const ssize_t got = ::poll(&fd, 1, 100) > 0 ? ::read(terminal, buffer, sizeof buffer) : 0;
+    const ssize_t got = ::poll(&fd, 1, 100) > 0 ? ::read(terminal, buffer, sizeof buffer) : (++idle, 0);
     shown.append(buffer, static_cast<size_t>(std::max<ssize_t>(got, 0)));
     ended = ::waitpid(child, &status, WNOHANG) == child;
   }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "PpdTestSupport.h"
 #include "TestCardPrinter.h"
 #include "TestCardRenderer.h"
 #include "TestCardSupport.h"
@@ -17,12 +18,9 @@ using namespace testcard_support;
 // Points the product's temporary directory at a fresh folder.
 class TestCardPdf : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ASSERT_FALSE(dir_.Path().empty());
-    setenv("XDG_RUNTIME_DIR", dir_.Path().c_str(), 1);
-  }
-  std::string Path(const std::string& name) const { return dir_.Path() + name; }
-  ScopedTemporaryDirectory dir_;
+  void SetUp() override { setenv("XDG_RUNTIME_DIR", dir_.path().c_str(), 1); }
+  std::string Path(const std::string& name) const { return (dir_.path() / name).string(); }
+  ppd_test::ScratchDir dir_;
   TestCardRenderer renderer{nullptr, FixedFacts()};
 };
 

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "DeviceCommunication.h"
+#include "PpdTestSupport.h"
 #include "RecordingWaits.h"
 #include "SandboxEnv.h"
 #include "TestCardPrinter.h"
@@ -17,20 +18,14 @@ namespace {
 
 using namespace testcard_support;
 
-std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 class TestCardPrint : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(vkt_sandbox::Require());
-    ASSERT_FALSE(tmp_.Path().empty());
-    setenv("XDG_RUNTIME_DIR", tmp_.Path().c_str(), 1);  // the card PDFs go here
+    setenv("XDG_RUNTIME_DIR", tmp_.path().c_str(), 1);  // the card PDFs go here
   }
-  bool Exists(const std::string& name) const { return std::filesystem::exists(tmp_.Path() + name); }
-  ScopedTemporaryDirectory tmp_;
+  bool Exists(const std::string& name) const { return std::filesystem::exists(tmp_.path() / name); }
+  ppd_test::ScratchDir tmp_;
 };
 
 TEST_F(TestCardPrint, RibbonAndSidesDecideTheColourOfEachPrintedPage) {
@@ -64,14 +59,14 @@ TEST_F(TestCardPrint, RibbonAndSidesDecideTheColourOfEachPrintedPage) {
     EXPECT_EQ(Exists("BackImage.pdf"), c.dualSide);
 
     // The PDF the job printed: a page of the card size per side.
-    const std::string printed = tmp_.Path() + c.file;
+    const std::string printed = (tmp_.path() / c.file).string();
     for (size_t page = 1; page <= c.colour.size(); ++page) {
       const QImage image = RenderPdfPage(printed, static_cast<int>(page), 72);
       EXPECT_EQ(image.size(), QSize(246, 154)) << page;
       EXPECT_EQ(ColouredPixels(image) > 1000, c.colour[page - 1]) << page;
     }
     EXPECT_TRUE(RenderPdfPage(printed, static_cast<int>(c.colour.size()) + 1, 72).isNull());
-    std::filesystem::remove_all(tmp_.Path() + "BackImage.pdf");
+    std::filesystem::remove(tmp_.path() / "BackImage.pdf");
   }
 }
 
@@ -79,7 +74,7 @@ TEST_F(TestCardPrint, UnknownQueueOrCardKindPrintsNothing) {
   DeviceCommunication session("Card");
   ASSERT_NE(session.Transport(), nullptr);
   const std::string transcript = vkt_sandbox::Var("VKT_EMU_TRANSCRIPT_Card");
-  const size_t transcriptBefore = ReadAll(transcript).size();
+  const size_t transcriptBefore = ppd_test::ReadFile(transcript).size();
   TestCardRenderer renderer(&session, FixedFacts());
   TestCardPrinter unknown(&session, "NoSuchQueue"), card(&session, "Card");
   RecordingWaits waits;
@@ -91,7 +86,7 @@ TEST_F(TestCardPrint, UnknownQueueOrCardKindPrintsNothing) {
   for (const char* file : {"FrontImage.pdf", "BackImage.pdf", "TestCardPrint.pdf"}) EXPECT_FALSE(Exists(file));
   // Neither queried nor disconnected: the session's connection still works.
   EXPECT_FALSE(session.GetSerialNumber().empty());
-  EXPECT_EQ(ReadAll(transcript).substr(transcriptBefore).find("+EC"), std::string::npos);
+  EXPECT_EQ(ppd_test::ReadFile(transcript).substr(transcriptBefore).find("+EC"), std::string::npos);
   // Sending directly to the unknown queue is refused the same way.
   const QImage image = renderer.DrawStandaredTestCard(1);
   EXPECT_EQ(unknown.SendTestCardToPrinter(&image, nullptr), TestCardPrinter::Result::kUnknownQueue);

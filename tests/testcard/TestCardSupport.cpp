@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "EthernetCommunication.h"
+#include "PpdTestSupport.h"
 
 namespace testcard_support {
 namespace {
@@ -107,19 +108,9 @@ int ColouredPixels(const QImage& image) {
 
 std::string DataDir() { return VKT_TESTCARD_DATA_DIR; }
 
-ScopedTemporaryDirectory::ScopedTemporaryDirectory() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "vkt-testcard-XXXXXX").string();
-  if (mkdtemp(pattern.data()) != nullptr) path_ = pattern + "/";
-}
-
-ScopedTemporaryDirectory::~ScopedTemporaryDirectory() {
-  std::error_code ignored;
-  if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-}
-
 QImage RenderPdfPage(const std::string& path, int page, int dpi) {
-  ScopedTemporaryDirectory dir;
-  const std::string prefix = dir.Path() + "page", n = std::to_string(page);
+  ppd_test::ScratchDir dir;
+  const std::string prefix = (dir.path() / "page").string(), n = std::to_string(page);
   const std::string command = "pdftoppm -q -singlefile -png -r " + std::to_string(dpi) + " -f " + n + " -l " + n +
                               " '" + path + "' '" + prefix + "' 2>/dev/null";
   if (std::system(command.c_str()) != 0) return {};

@@ -42,17 +42,6 @@ int ColouredPixels(const QImage& image);
 
 // The folder of the reference images in the source tree.
 std::string DataDir();
-// A fresh private directory, removed at destruction.
-class ScopedTemporaryDirectory {
- public:
-  ScopedTemporaryDirectory();
-  ~ScopedTemporaryDirectory();
-  const std::string& Path() const { return path_; }  // ends in "/"
-
- private:
-  std::string path_;
-};
-
 // Page `page` (1-based) of a PDF rendered by pdftoppm at `dpi`; null when
 // the file has no such page.
 QImage RenderPdfPage(const std::string& path, int page, int dpi);

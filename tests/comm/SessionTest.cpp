@@ -1,16 +1,59 @@
-// The printer session without a printer: URI quirks, trimming, the write and
-// read primitives, the reset, the flush handshake over a scripted transport,
-// and the print-queue calls with no scheduler to ask.
+// The printer session without a printer: URI quirks, the write and read
+// primitives, the reset, the flush handshake over a scripted transport, the
+// print-queue calls with no scheduler to ask, and the ribbon tables.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <optional>
+#include <sstream>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "DeviceCommunication.h"
-#include "FakeTransport.h"
 #include "RecordingWaits.h"
+#include "VKTS3Communication.h"
 
 namespace {
+
+// A scripted transport for session tests: hands out prepared replies and
+// records every write and every connect/close call.
+class FakeTransport : public VKTS3Communication {
+ public:
+  struct Reply {
+    std::optional<std::string> bytes;  // nullopt: no buffer handed over
+    int count = 0;                     // what the read returns
+  };
+  static Reply Bytes(const std::string& b) { return {b, static_cast<int>(b.size())}; }
+
+  std::deque<Reply> replies;        // an empty script means "no reply"
+  std::vector<std::string> writes;  // every SendDataToPrinter, in order
+  uint32_t status = 7;
+  int closes = 0, opens = 0;
+
+  int GetDataFromPrinter(ReplyBuffer* buffer) override {
+    if (replies.empty()) return -1;
+    Reply reply = replies.front();
+    replies.pop_front();
+    if (reply.bytes) {
+      *buffer = std::make_unique<char[]>(kReplyBufferSize);
+      std::memcpy(buffer->get(), reply.bytes->data(), std::min<size_t>(reply.bytes->size(), kReplyBufferSize));
+    }
+    return reply.count;
+  }
+  int SendDataToPrinter(const char* data, int length) override {
+    writes.emplace_back(data, static_cast<size_t>(length));
+    return length;
+  }
+  void FlushPrinterEndPoint() override { RunFlushHandshake(); }
+  void ClosePrinterHandle() override { ++closes; }
+  int GetPrinterHandle() override { return ++opens, 1; }
+  uint32_t GetDeviceStatus() override { return status; }
+  std::optional<std::string> GetIPAddress() override { return std::nullopt; }
+};
 
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
@@ -160,6 +203,34 @@ TEST_F(NoScheduler, JobWaitBusyTestAndEnableEndAtOnce) {
   session.EnablePrinter("Card");
   session.EnablePrinter(nullptr);
   EXPECT_EQ(GetCapturedStderr(), "");
+}
+
+TEST(RibbonTableTest, NamesOfTheKnownCodesOnly) {
+  std::istringstream table(
+      "0=No Ribbon|1=Monochrome|31=YMCKOKO|32=1/2 YMCKOKO 250 image|33=1/3 YMCKOK 310 image|34=WrKr 600 image|"
+      "43=YMCKO|44=1/2 YMCKO 400|47=KRO|50=YMCKO 200|51=YMCKOK 165|52=1/2 YMCKO 250 image|53=KrO 500|54=KdO 500|"
+      "57=Black Monochrome 2000|58=Black Monochrome 1000|62=YMCKOO|63=White Mono 1400 image|64=1/2 YMCKO 400 image|"
+      "65=YMCKO 280 image|66=YMCKOK 230 image|67=KrO 700|68=KdO 700|70=YMCKO 100|71=1/2 YMCKO 400 image");
+  std::map<int, std::string> names;
+  for (std::string entry; std::getline(table, entry, '|');) names[std::stoi(entry)] = entry.substr(entry.find('=') + 1);
+  ASSERT_EQ(names.size(), 25u);
+  for (int code = -5; code <= 200; ++code) {
+    const auto it = names.find(code);
+    EXPECT_EQ(GetRibbonName(code), it == names.end() ? std::nullopt : std::optional(it->second)) << code;
+  }
+  testing::internal::CaptureStderr();
+  GetRibbonName(20);
+  GetRibbonName(43);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "!!!value: (null)\n!!!value: YMCKO\n");
+}
+
+TEST(RibbonTableTest, FlagsPerRibbonIndex) {
+  for (int index = -1; index <= 100; ++index) {
+    int first = -7, second = -7;
+    GetRibbonDetails(index, &first, &second);
+    const bool both = index == 1 || index == 14, firstOnly = index == 0 || (index >= 2 && index <= 7);
+    EXPECT_EQ(std::make_pair(first, second), std::make_pair(both || firstOnly ? 1 : 0, both ? 1 : 0)) << index;
+  }
 }
 
 }  // namespace

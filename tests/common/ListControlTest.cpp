@@ -28,12 +28,10 @@ TEST(ListControl, SelectionsNotifyInRegistrationOrderAndEditsNever) {
     int select;
     int selected;
     std::vector<std::string> calls;
-  } cases[] = {
-      {1, 1, {"first:Front", "second"}},
-      {1, 1, {"first:Front", "second"}},  // the item already selected notifies again
-      {3, -1, {"first:-", "second"}},     // a position the list does not hold selects nothing
-      {-1, -1, {"first:-", "second"}},
-  };
+  } cases[] = {{1, 1, {"first:Front", "second"}},
+               {1, 1, {"first:Front", "second"}},  // the item already selected notifies again
+               {3, -1, {"first:-", "second"}},     // a position the list does not hold selects nothing
+               {-1, -1, {"first:-", "second"}}};
   for (const auto& c : cases) {
     calls.clear();
     list.SelectItemAtIndex(c.select);

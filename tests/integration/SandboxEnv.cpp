@@ -25,7 +25,7 @@ std::string ReadFirstLine(const std::filesystem::path& path) {
   std::ifstream in(path);
   std::string line;
   std::getline(in, line);
-  while (!line.empty() && (line.back() == '\n' || line.back() == '\r' || line.back() == ' ')) line.pop_back();
+  while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
   return line;
 }
 
@@ -33,37 +33,21 @@ std::string FindBase() {
   if (const char* env = std::getenv("VKT_SANDBOX"); env && *env) return env;
   std::error_code ec;
   for (auto dir = std::filesystem::current_path(ec); !ec && !dir.empty(); dir = dir.parent_path()) {
-    const auto pointer = dir / "vkt-sandbox-base";
-    std::error_code missing;  // a missing file is reported here; it is no reason to stop walking up
-    if (std::filesystem::is_regular_file(pointer, missing)) return ReadFirstLine(pointer);
+    std::error_code missing;  // a missing file is no reason to stop walking up
+    if (std::filesystem::is_regular_file(dir / "vkt-sandbox-base", missing)) {
+      return ReadFirstLine(dir / "vkt-sandbox-base");
+    }
     if (dir == dir.parent_path()) break;
   }
   return "/tmp/vkt-sb-" + std::to_string(getuid());
 }
 
 // A process counts as running when /proc has it and it is not a zombie.
-bool ProcessAlive(const std::string& pidText) {
-  if (pidText.empty()) return false;
-  std::ifstream stat("/proc/" + pidText + "/stat");
-  std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+bool ProcessAlive(const std::string& pid) {
+  std::ifstream stat("/proc/" + (pid.empty() ? "none" : pid) + "/stat");
+  const std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
   const auto close = text.rfind(") ");
   return close != std::string::npos && close + 2 < text.size() && text[close + 2] != 'Z';
-}
-
-// Lines of the form: export NAME=VALUE or export NAME="VALUE".
-std::map<std::string, std::string> ParseEnvFile(std::istream& in) {
-  std::map<std::string, std::string> vars;
-  std::string line;
-  while (std::getline(in, line)) {
-    const std::string prefix = "export ";
-    if (line.compare(0, prefix.size(), prefix) != 0) continue;
-    const auto eq = line.find('=', prefix.size());
-    if (eq == std::string::npos) continue;
-    std::string value = line.substr(eq + 1);
-    if (value.size() >= 2 && value.front() == '"' && value.back() == '"') value = value.substr(1, value.size() - 2);
-    vars[line.substr(prefix.size(), eq - prefix.size())] = value;
-  }
-  return vars;
 }
 
 State Load() {
@@ -72,11 +56,15 @@ State Load() {
   const std::string hint = " Start it with: scripts/sandbox start --base " + state.base +
                            " (ctest starts it through the fixture \"sandbox\").";
   std::ifstream env(state.base + "/env");
-  if (!env) {
-    state.error = "The sandbox is not running: " + state.base + "/env is missing." + hint;
-    return state;
+  if (!env) return {state.base, {}, "The sandbox is not running: " + state.base + "/env is missing." + hint};
+  // Lines of the form: export NAME=VALUE or export NAME="VALUE".
+  for (std::string line; std::getline(env, line);) {
+    const auto eq = line.find('=');
+    if (line.rfind("export ", 0) != 0 || eq == std::string::npos) continue;
+    std::string value = line.substr(eq + 1);
+    if (value.size() >= 2 && value.front() == '"' && value.back() == '"') value = value.substr(1, value.size() - 2);
+    state.vars[line.substr(7, eq - 7)] = value;
   }
-  state.vars = ParseEnvFile(env);
   if (!ProcessAlive(ReadFirstLine(state.base + "/pids/cupsd.pid"))) {
     state.error = "The sandbox's cupsd in " + state.base + " is not running." + hint;
     return state;
@@ -97,31 +85,27 @@ const State& Loaded() {
 }  // namespace
 
 ::testing::AssertionResult Require() {
-  const State& state = Loaded();
-  if (!state.error.empty()) return ::testing::AssertionFailure() << state.error;
-  return ::testing::AssertionSuccess();
+  if (Loaded().error.empty()) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << Loaded().error;
 }
 
 std::string Base() { return Loaded().base; }
 
 std::string Var(const std::string& name) {
-  const auto& vars = Loaded().vars;
-  const auto it = vars.find(name);
-  return it == vars.end() ? std::string() : it->second;
+  const auto it = Loaded().vars.find(name);
+  return it == Loaded().vars.end() ? std::string() : it->second;
 }
 
 std::string InstalledPpd(const std::string& queue) {
-  const std::string installed = Base() + "/ppd/" + queue + ".ppd";
-  std::string path = installed;
+  std::string path = Base() + "/ppd/" + queue + ".ppd";
   char fetched[1024] = "";
-  if (::access(installed.c_str(), R_OK) != 0) {
+  if (::access(path.c_str(), R_OK) != 0) {
     time_t modified = 0;
-    if (cupsGetPPD3(CUPS_HTTP_DEFAULT, queue.c_str(), &modified, fetched, sizeof fetched) != HTTP_STATUS_OK)
-      return {};
+    if (cupsGetPPD3(CUPS_HTTP_DEFAULT, queue.c_str(), &modified, fetched, sizeof fetched) != HTTP_STATUS_OK) return {};
     path = fetched;
   }
   std::ifstream in(path, std::ios::binary);
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   if (fetched[0]) ::unlink(fetched);
   return text;
 }

@@ -10,35 +10,22 @@
 
 namespace test_jobs {
 
-// A small one-page card PDF whose bytes carry `tag`, so its capture is found
-// among other jobs' captures.
+// A small one-page card PDF whose bytes carry `tag`.
 std::string CardPdf(const std::string& tag);
-
 // Writes `bytes` to a fresh file in the sandbox and returns its path.
 std::string WriteFile(const std::string& name, const std::string& bytes);
-
 // Submits a file; `hold` asks the scheduler to hold the job indefinitely.
 // Returns the job id, 0 on failure.
 int Submit(const std::string& queue, const std::string& path, bool hold = false);
-
-// The job's state as the scheduler lists it (every job of the queue), or
-// nullopt when the job is not listed.
+// The job's state as the scheduler lists it, or nullopt when not listed.
 std::optional<ipp_jstate_t> JobState(const std::string& queue, int jobId);
-
 // Polls until the job reaches `state`; false after about 20 s without it.
 bool WaitForJobState(const std::string& queue, int jobId, ipp_jstate_t state);
-
 void CancelJob(int jobId);
-
 // printer-state of a queue (3 idle, 4 processing, 5 stopped), 0 on failure.
 int PrinterState(const std::string& queue);
-
 // Stops a queue as cupsdisable does (IPP Pause-Printer). True on success.
 bool PausePrinter(const std::string& queue);
-
-// The name of a file in `dir` whose content equals `bytes`, polling for about
-// 10 s (the emulator writes its capture when the job's connection ends).
-std::optional<std::string> WaitForCapture(const std::string& dir, const std::string& bytes);
 
 // While alive, jobs of the queue wait in the sandbox's vkt3socket backend
 // (state processing); destruction lets them go on to the emulator.

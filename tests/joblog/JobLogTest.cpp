@@ -1,5 +1,6 @@
-// The job-log window: loading from the PPD, the enable rules, the length cuts
-// of user edits, saving through the PPD service and deleting the log files.
+// The job-log settings: loading from the PPD, the enable rules, the length
+// cuts of user edits, saving through the PPD service (the exact PPD lines)
+// and deleting the log files; the model alone, then once through the window.
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -13,262 +14,178 @@
 
 #include "FakePpdService.h"
 #include "JobLog.h"
+#include "JobLogModel.h"
 #include "PpdTestSupport.h"
 #include "ScriptedPrompter.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+const std::string kSaved = "|Job log settings are saved successfully.|OK ";
 using ppd_test::ReadFile;
 using ppd_test::ReplaceLine;
 using ppd_test::ScopedEnv;
-using ppd_test::ScratchDir;
 
-void EnsureApplication() {
-  if (QApplication::instance()) return;
-  static int argc = 1;
-  static char name[] = "joblog_tests";
-  static char* argv[] = {name, nullptr};
-  // Kept alive to the end of the process: Qt's globals go first.
-  static QApplication* app = new QApplication(argc, argv);
-  (void)app;
+// The controls in one line: check boxes 1/0, fields quoted; "-" marks a
+// disabled control. Order: logging, new file, the nine content boxes, static
+// text, file name, separator, static text field, delete.
+std::string State(JobLogModel::Outlets& ui) {
+  auto toggle = [](const ToggleControl& t) {
+    return (t.IsChecked() ? "1" : "0") + std::string(t.IsEnabled() ? "" : "-");
+  };
+  auto field = [](const TextControl& t) { return "'" + t.Text() + "'" + (t.IsEnabled() ? "" : "-"); };
+  std::string s = toggle(ui.EnableLogging) + " " + toggle(ui.JobLogNewFile) + " ";
+  for (ToggleControl* box : ui.ContentBoxes()) s += toggle(*box);
+  return s + " " + toggle(ui.StaticText) + " " + field(ui.JobLogFileName) + " " + field(ui.JobLogSeparator) + " " +
+         field(ui.JobLogStaticTextField) + (ui.DeleteLog.IsEnabled() ? " del" : " del-");
 }
-
-const char* const kContentBoxes[] = {"JobLogTime",       "JobLogDate", "PrinterSerialNumber",
-                                     "PrinterIPAddress", "PrinterUserName", "SpoolerJobNumber",
-                                     "Track1Data",       "Track2Data", "Track3Data"};
 
 class JobLogTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    EnsureApplication();
-    fixture = ReadFile(VKT_JOBLOG_PPD_FIXTURE);
-    ppdPath = (scratch.path() / "Card.ppd").string();
-    runDir = std::make_unique<ScopedEnv>("XDG_RUNTIME_DIR", (scratch.path() / "run").string());
-    fs::create_directories(scratch.path() / "run");
-    port = std::make_unique<ScopedEnv>("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
-    logDir = (scratch.path() / "VKTS3S1Log").string() + "/";
-    logEnv = std::make_unique<ScopedEnv>("VKT_JOBLOG_DIR", logDir);
-  }
-
-  // Installs `ppd` as the queue's PPD and opens the window on it.
-  std::unique_ptr<JobLog> Open(const std::string& ppd) {
+  // Installs `ppd` as the queue's PPD and loads the model from it.
+  JobLogModel& Open(const std::string& ppd) {
     ppd_test::WriteFile(ppdPath, ppd);
-    return std::make_unique<JobLog>(ppdPath, prompter);
+    model = std::make_unique<JobLogModel>(JobLogContext{&prompter, ""});
+    model->LoadJobLogSettings(ppdPath);
+    return *model;
+  }
+  // Each prompt as "header|message|buttons ".
+  std::vector<std::string> Prompts() const {
+    std::vector<std::string> shown;
+    for (const Prompter::Prompt& p : prompter.prompts) {
+      shown.push_back(p.header + "|" + p.message + "|");
+      for (const std::string& button : p.buttons) shown.back() += button + " ";
+    }
+    return shown;
+  }
+  static void Click(ToggleControl& box, void (JobLogModel::*rule)(), JobLogModel& m) {
+    box.SetChecked(!box.IsChecked());
+    if (rule) (m.*rule)();
   }
 
-  template <class T>
-  static T* Child(JobLog& window, const char* name) {
-    T* child = window.findChild<T*>(name);
-    EXPECT_NE(child, nullptr) << name;
-    return child;
-  }
-  static QCheckBox* Box(JobLog& window, const char* name) { return Child<QCheckBox>(window, name); }
-  static QLineEdit* Field(JobLog& window, const char* name) { return Child<QLineEdit>(window, name); }
-
-  std::string LoggingOn() const { return ReplaceLine(fixture, "*EnableLog: 0", "*EnableLog: 1"); }
-
-  ScratchDir scratch;
+  ppd_test::ScratchDir scratch;
   FakePpdService service;
-  std::unique_ptr<ScopedEnv> runDir, port, logEnv;
-  std::string fixture, ppdPath, logDir;
+  ScopedEnv port{"VKT_PPD_SERVICE_PORT", std::to_string(service.port())};
+  std::string logDir = (scratch.path() / "VKTS3S1Log").string() + "/";
+  ScopedEnv logEnv{"VKT_JOBLOG_DIR", logDir};
+  std::string fixture = ReadFile(VKT_JOBLOG_PPD_FIXTURE), ppdPath = (scratch.path() / "Card.ppd").string();
+  std::string on = ReplaceLine(fixture, "*EnableLog: 0", "*EnableLog: 1");
   ScriptedPrompter prompter;
+  std::unique_ptr<JobLogModel> model;
 };
 
-// ---- loading and the enable rules ----
-
-TEST_F(JobLogTest, LoggingOffButTimeOnLoadsTimeTickedAndDisabled) {
-  auto window = Open(ReplaceLine(fixture, "*Time: 0", "*Time: 1"));
-  EXPECT_FALSE(Box(*window, "EnableLogging")->isChecked());
-  QCheckBox* time = Box(*window, "JobLogTime");
-  EXPECT_TRUE(time->isChecked());
-  EXPECT_FALSE(time->isEnabled());
-  EXPECT_FALSE(Box(*window, "JobLogDate")->isChecked());
-  EXPECT_FALSE(Box(*window, "StaticText")->isEnabled());
-  EXPECT_FALSE(Child<QPushButton>(*window, "DeleteLog")->isEnabled());
-  // The texts of the PPD still fill the fields, which stay unusable.
-  EXPECT_EQ(Field(*window, "JobLogFileName")->text(), "VKTS3.log");
-  EXPECT_FALSE(Field(*window, "JobLogFileName")->isEnabled());
-  EXPECT_EQ(Field(*window, "JobLogSeparator")->text(), ",");
-  EXPECT_EQ(Field(*window, "JobLogStaticTextField")->text(), "Orvex");
-  EXPECT_TRUE(Field(*window, "JobLogStaticTextField")->isEnabled());
-  EXPECT_TRUE(Box(*window, "StaticText")->isChecked());
+TEST_F(JobLogTest, LoadingShowsThePpdByTheEnableRules) {
+  const std::pair<std::string, std::string> cases[] = {
+      // Logging off: the flags and texts show, unusable; the static text field stays usable.
+      {ReplaceLine(fixture, "*Time: 0", "*Time: 1"), "0 0- 1-0-0-0-0-0-0-0-0- 1- 'VKTS3.log'- ','- 'Orvex' del-"},
+      // A new file each day is off: its rule empties the name, then the PPD's name shows.
+      {ReplaceLine(ReplaceLine(on, "*MTrack2: 0", "*MTrack2: 1"), "*FileName:VKTS3.log", "*FileName:Cards.log"),
+       "1 0 000000010 1 'Cards.log' ',' 'Orvex' del"}};
+  for (const auto& [ppd, state] : cases) EXPECT_EQ(State(Open(ppd).ui), state);
+  EXPECT_EQ(State(Open("").ui), "0 0- 0-0-0-0-0-0-0-0-0- 0- 'VKTS3.log'- ''- ''- del-");  // unreadable
   EXPECT_TRUE(prompter.prompts.empty());
 }
 
-TEST_F(JobLogTest, LoggingOnLoadsEveryFlagAndText) {
-  std::string ppd = LoggingOn();
-  ppd = ReplaceLine(ppd, "*MTrack2: 0", "*MTrack2: 1");
-  ppd = ReplaceLine(ppd, "*FileName:VKTS3.log", "*FileName:Cards.log");
-  auto window = Open(ppd);
-  EXPECT_TRUE(Box(*window, "EnableLogging")->isChecked());
-  for (const char* name : kContentBoxes) {
-    EXPECT_TRUE(Box(*window, name)->isEnabled()) << name;
-    EXPECT_EQ(Box(*window, name)->isChecked(), std::string(name) == "Track2Data") << name;
-  }
-  EXPECT_TRUE(Child<QPushButton>(*window, "DeleteLog")->isEnabled());
-  EXPECT_FALSE(Box(*window, "JobLogNewFile")->isChecked());
-  // A new file each day is off: the name field is usable. Its text comes
-  // from the PPD after the new-file rule emptied it.
-  EXPECT_TRUE(Field(*window, "JobLogFileName")->isEnabled());
-  EXPECT_EQ(Field(*window, "JobLogFileName")->text(), "Cards.log");
-  EXPECT_EQ(Field(*window, "JobLogSeparator")->text(), ",");
+TEST_F(JobLogTest, CheckBoxRules) {
+  JobLogModel& m = Open(ReplaceLine(on, "*Date: 0", "*Date: 1"));
+  Click(m.ui.EnableLogging, &JobLogModel::EnableLogging, m);
+  EXPECT_EQ(State(m.ui), "0 0- 0-0-0-0-0-0-0-0-0- 0- ''- ''- ''- del-");
+  Click(m.ui.EnableLogging, &JobLogModel::EnableLogging, m);  // the static-text field waits for its box
+  EXPECT_EQ(State(m.ui), "1 0 000000000 0 '' '' ''- del");
+  Click(m.ui.StaticText, &JobLogModel::StaticTextField, m);
+  EXPECT_EQ(State(m.ui), "1 0 000000000 1 '' '' '' del");
+  m.ui.JobLogStaticTextField.SetText("X");
+  Click(m.ui.StaticText, &JobLogModel::StaticTextField, m);
+  EXPECT_EQ(State(m.ui), "1 0 000000000 0 '' '' ''- del");
+  // A new file each day has the default name; off again empties name and separator.
+  Open(ReplaceLine(on, "*FileName:VKTS3.log", "*FileName:Cards.log"));
+  Click(model->ui.JobLogNewFile, &JobLogModel::CheckedCreateNewFile, *model);
+  EXPECT_EQ(State(model->ui), "1 1 000000000 1 'VKTS3.log'- ',' 'Orvex' del");
+  Click(model->ui.JobLogNewFile, &JobLogModel::CheckedCreateNewFile, *model);
+  EXPECT_EQ(State(model->ui), "1 0 000000000 1 '' '' 'Orvex' del");
 }
 
-TEST_F(JobLogTest, UnreadablePpdShowsEverythingOffAndTheDefaultName) {
-  auto window = std::make_unique<JobLog>((scratch.path() / "missing.ppd").string(), prompter);
-  EXPECT_FALSE(Box(*window, "EnableLogging")->isChecked());
-  for (const char* name : kContentBoxes) EXPECT_FALSE(Box(*window, name)->isChecked()) << name;
-  EXPECT_EQ(Field(*window, "JobLogFileName")->text(), "VKTS3.log");
-  EXPECT_EQ(Field(*window, "JobLogSeparator")->text(), "");
+TEST_F(JobLogTest, UserEditsAreCutToTheirLengthInCharacters) {
+  JobLogModel& m = Open(on);
+  const std::string thirtyTwo(32, 'a');
+  m.controlTextDidChange(m.ui.JobLogFileName, thirtyTwo + "b");
+  m.controlTextDidChange(m.ui.JobLogSeparator, ";|");
+  m.controlTextDidChange(m.ui.JobLogStaticTextField, "\u00e4BCDEFGHIJKLMNOPQ");
+  EXPECT_EQ(m.ui.JobLogFileName.Text(), thirtyTwo);
+  EXPECT_EQ(m.ui.JobLogSeparator.Text(), ";");
+  EXPECT_EQ(m.ui.JobLogStaticTextField.Text(), "\u00e4BCDEFGHIJKLMNOP");
+  TextControl other;
+  m.controlTextDidChange(other, thirtyTwo + "cd");  // not a field of the window: untouched
+  EXPECT_EQ(other.Text(), "");
 }
 
-TEST_F(JobLogTest, TurningLoggingOffClearsAndDisablesEverything) {
-  auto window = Open(ReplaceLine(LoggingOn(), "*Date: 0", "*Date: 1"));
-  Box(*window, "EnableLogging")->click();
-  EXPECT_FALSE(Box(*window, "JobLogDate")->isChecked());
-  for (const char* name : kContentBoxes) EXPECT_FALSE(Box(*window, name)->isEnabled()) << name;
-  for (const char* name : {"JobLogNewFile", "StaticText"}) {
-    EXPECT_FALSE(Box(*window, name)->isChecked()) << name;
-    EXPECT_FALSE(Box(*window, name)->isEnabled()) << name;
-  }
-  for (const char* name : {"JobLogFileName", "JobLogSeparator", "JobLogStaticTextField"}) {
-    EXPECT_FALSE(Field(*window, name)->isEnabled()) << name;
-    EXPECT_EQ(Field(*window, name)->text(), "") << name;
-  }
-  EXPECT_FALSE(Child<QPushButton>(*window, "DeleteLog")->isEnabled());
+TEST_F(JobLogTest, SavingWritesTheShownSettingsAndAlwaysSaysSaved) {
+  const std::string ppd = ReplaceLine(on, "*Time: 0", "*Time: 1");
+  JobLogModel& m = Open(ppd);
+  Click(m.ui.EnableLogging, &JobLogModel::EnableLogging, m);
+  EXPECT_EQ(m.SaveJobLogClick(), 1);
+  std::string expected = ReplaceLine(ReplaceLine(ppd, "*EnableLog: 1", "*EnableLog: 0"), "*Time: 1", "*Time: 0");
+  expected = ReplaceLine(ReplaceLine(expected, "*Separator:,", "*Separator:"), "*FileName:VKTS3.log", "*FileName:");
+  EXPECT_EQ(ReadFile(ppdPath), ReplaceLine(expected, "*StaticText:Orvex", "*StaticText:"));
+  EXPECT_EQ(Prompts(), std::vector<std::string>{kSaved});
 
-  // Back on: the controls are usable again; the static-text field waits for its box.
-  Box(*window, "EnableLogging")->click();
-  for (const char* name : kContentBoxes) EXPECT_TRUE(Box(*window, name)->isEnabled()) << name;
-  EXPECT_TRUE(Box(*window, "StaticText")->isEnabled());
-  EXPECT_FALSE(Field(*window, "JobLogStaticTextField")->isEnabled());
-  Box(*window, "StaticText")->click();
-  EXPECT_TRUE(Field(*window, "JobLogStaticTextField")->isEnabled());
-  Box(*window, "StaticText")->click();
-  EXPECT_FALSE(Field(*window, "JobLogStaticTextField")->isEnabled());
-}
-
-TEST_F(JobLogTest, NewFileEachDayUsesTheDefaultNameAndOffEmptiesNameAndSeparator) {
-  auto window = Open(ReplaceLine(LoggingOn(), "*FileName:VKTS3.log", "*FileName:Cards.log"));
-  QCheckBox* newFile = Box(*window, "JobLogNewFile");
-  newFile->click();
-  EXPECT_EQ(Field(*window, "JobLogFileName")->text(), "VKTS3.log");
-  EXPECT_FALSE(Field(*window, "JobLogFileName")->isEnabled());
-  EXPECT_EQ(Field(*window, "JobLogSeparator")->text(), ",");
-  newFile->click();
-  EXPECT_TRUE(Field(*window, "JobLogFileName")->isEnabled());
-  EXPECT_EQ(Field(*window, "JobLogFileName")->text(), "");
-  EXPECT_EQ(Field(*window, "JobLogSeparator")->text(), "");
-}
-
-// ---- length cuts ----
-
-TEST_F(JobLogTest, UserEditsAreCutToTheirLengths) {
-  auto window = Open(LoggingOn());
-  window->show();
-  QLineEdit* name = Field(*window, "JobLogFileName");
-  name->clear();
-  const QString thirtyTwo(32, QChar('a'));
-  QTest::keyClicks(name, thirtyTwo + "b");
-  EXPECT_EQ(name->text(), thirtyTwo);
-
-  QLineEdit* separator = Field(*window, "JobLogSeparator");
-  separator->clear();
-  QTest::keyClicks(separator, ";|");
-  EXPECT_EQ(separator->text(), ";");
-
-  ASSERT_TRUE(Box(*window, "StaticText")->isChecked());  // the PPD's static text "Orvex"
-  QLineEdit* text = Field(*window, "JobLogStaticTextField");
-  text->clear();
-  QTest::keyClicks(text, "ABCDEFGHIJKLMNOPQ");
-  EXPECT_EQ(text->text(), "ABCDEFGHIJKLMNOP");
-
-  // A text the program puts in is not the user's edit and is not cut.
-  name->setText(thirtyTwo + "cd");
-  EXPECT_EQ(name->text().size(), 34);
-}
-
-// ---- saving ----
-
-TEST_F(JobLogTest, SavingWithLoggingOffWritesZerosAndEmptyTexts) {
-  std::string ppd = ReplaceLine(LoggingOn(), "*Time: 0", "*Time: 1");
-  auto window = Open(ppd);
-  Box(*window, "EnableLogging")->click();
-  Child<QPushButton>(*window, "SaveLog")->click();
-
-  std::string expected = ReplaceLine(ppd, "*EnableLog: 1", "*EnableLog: 0");
-  expected = ReplaceLine(expected, "*Time: 1", "*Time: 0");
-  expected = ReplaceLine(expected, "*Separator:,", "*Separator:");
-  expected = ReplaceLine(expected, "*FileName:VKTS3.log", "*FileName:");
-  expected = ReplaceLine(expected, "*StaticText:Orvex", "*StaticText:");
-  EXPECT_EQ(ReadFile(ppdPath), expected);
-  ASSERT_EQ(prompter.prompts.size(), 1u);
-  EXPECT_EQ(prompter.prompts[0].header, "");
-  EXPECT_EQ(prompter.prompts[0].message, "Job log settings are saved successfully.");
-  EXPECT_EQ(prompter.prompts[0].buttons, std::vector<std::string>{"OK"});
-}
-
-TEST_F(JobLogTest, SecondSaveThatReturnsAFlagToItsLoadedValueChangesNothing) {
-  auto window = Open(LoggingOn());
-  QCheckBox* date = Box(*window, "JobLogDate");
-  date->click();
-  EXPECT_EQ(window->SaveJobLogClick(), 1);
+  // Both saves of one load compare against the values it read.
+  JobLogModel& again = Open(on);
+  Click(again.ui.JobLogDate, nullptr, again);
+  EXPECT_EQ(again.SaveJobLog(), 1);
   const std::string afterFirst = ReadFile(ppdPath);
-  EXPECT_EQ(afterFirst, ReplaceLine(LoggingOn(), "*Date: 0", "*Date: 1"));
-
-  // Both saves compare against the values read when the window opened.
-  date->click();
-  EXPECT_EQ(window->SaveJobLogClick(), 1);
+  EXPECT_EQ(afterFirst, ReplaceLine(on, "*Date: 0", "*Date: 1"));
+  Click(again.ui.JobLogDate, nullptr, again);
+  EXPECT_EQ(again.SaveJobLog(), 1);
   EXPECT_EQ(ReadFile(ppdPath), afterFirst);
-  EXPECT_EQ(service.Requests().size(), 2u);
+  EXPECT_EQ(service.Requests().size(), 3u);
 
-  // Reopened, the window shows what the file now holds.
-  auto reopened = Open(ReadFile(ppdPath));
-  EXPECT_TRUE(Box(*reopened, "JobLogDate")->isChecked());
-}
-
-TEST_F(JobLogTest, FailedSaveStillShowsTheNoticeAndLeavesThePpd) {
-  const std::string ppd = LoggingOn();
-  auto window = Open(ppd);
+  // A failed save still shows the notice and leaves the PPD.
   ScopedEnv nobody("VKT_PPD_SERVICE_PORT", std::to_string(FakePpdService::UnusedPort()));
-  Box(*window, "JobLogTime")->click();
-  EXPECT_EQ(window->SaveJobLogClick(), -1);
-  EXPECT_EQ(ReadFile(ppdPath), ppd);
-  ASSERT_EQ(prompter.prompts.size(), 1u);
-  EXPECT_EQ(prompter.prompts[0].message, "Job log settings are saved successfully.");
+  Click(Open(on).ui.JobLogTime, nullptr, *model);
+  EXPECT_EQ(model->SaveJobLogClick(), -1);
+  EXPECT_EQ(ReadFile(ppdPath), on);
+  EXPECT_EQ(Prompts(), (std::vector<std::string>{kSaved, kSaved}));
 }
 
-// ---- deleting the log files ----
-
-TEST_F(JobLogTest, DeletingWithoutTheLogFolderShowsOnlyTheQuestion) {
-  auto window = Open(LoggingOn());
-  Child<QPushButton>(*window, "DeleteLog")->click();
-  ASSERT_EQ(prompter.prompts.size(), 1u);
-  EXPECT_EQ(prompter.prompts[0].header, "Delete Job Log File ");
-  EXPECT_EQ(prompter.prompts[0].message, "Do you want to delete the log file?");
-  EXPECT_EQ(prompter.prompts[0].buttons, (std::vector<std::string>{"Yes", "No"}));
-}
-
-TEST_F(JobLogTest, DeletingRemovesEveryEntryAndSaysSo) {
+TEST_F(JobLogTest, DeletingAsksThenEmptiesTheLogFolderAndSaysSo) {
+  JobLogModel& m = Open(on);
+  m.DeleteLogFiles();  // no folder yet: only the question
   fs::create_directories(logDir + "old");
   std::ofstream(logDir + "VKTS3.log") << "line\n";
   std::ofstream(logDir + "old/VKTS3-2026-11-21.log") << "line\n";
-  auto window = Open(LoggingOn());
-
-  prompter.answers = {1};  // "No" keeps everything
-  window->DeleteLogFiles();
+  prompter.answers = {1, 0};  // "No" keeps everything
+  m.DeleteLogFiles();
   EXPECT_TRUE(fs::exists(logDir + "VKTS3.log"));
-  ASSERT_EQ(prompter.prompts.size(), 1u);
-
-  prompter.answers = {0};
-  window->DeleteLogFiles();
+  m.DeleteLogFiles();
   EXPECT_TRUE(fs::is_directory(logDir));
   EXPECT_TRUE(fs::is_empty(logDir));
-  ASSERT_EQ(prompter.prompts.size(), 3u);
-  EXPECT_EQ(prompter.prompts[2].header, "Delete Job Log File ");
-  EXPECT_EQ(prompter.prompts[2].message, "Log files have been deleted successfully.");
-  EXPECT_EQ(prompter.prompts[2].buttons, std::vector<std::string>{"Ok"});
+  const std::string question = "Delete Job Log File |Do you want to delete the log file?|Yes No ";
+  EXPECT_EQ(Prompts(),
+            (std::vector<std::string>{question, question, question,
+                                      "Delete Job Log File |Log files have been deleted successfully.|Ok "}));
+}
+
+// The window binds its widgets to the model: clicks run the rules, typing is cut.
+TEST_F(JobLogTest, WindowRunsTheRulesOfItsWidgets) {
+  static int argc = 1;
+  static char name[] = "joblog_tests", *argv[] = {name, nullptr};
+  static QApplication* app = new QApplication(argc, argv);  // kept to the end: Qt's globals go first
+  (void)app;
+  ppd_test::WriteFile(ppdPath, on);
+  JobLog window(ppdPath, prompter);
+  window.show();
+  auto* file = window.findChild<QLineEdit*>("JobLogFileName");
+  file->clear();
+  QTest::keyClicks(file, QString(33, QChar('a')));
+  EXPECT_EQ(file->text(), QString(32, QChar('a')));
+  window.findChild<QCheckBox*>("EnableLogging")->click();
+  EXPECT_FALSE(window.findChild<QCheckBox*>("StaticText")->isEnabled());
+  window.findChild<QPushButton*>("SaveLog")->click();
+  EXPECT_EQ(Prompts(), std::vector<std::string>{kSaved});
+  EXPECT_EQ(ReadFile(ppdPath), ReplaceLine(ReplaceLine(ReplaceLine(fixture, "*Separator:,", "*Separator:"),
+                                                       "*FileName:VKTS3.log", "*FileName:"),
+                                           "*StaticText:Orvex", "*StaticText:"));
 }
 
 }  // namespace

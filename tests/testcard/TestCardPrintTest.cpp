@@ -1,16 +1,13 @@
 // Test cards printed through the sandbox's private cupsd: the job travels
-// cupsd -> vkt3socket backend -> the queue's emulator, which captures it.
+// cupsd -> vkt3socket backend -> the queue's emulator.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <set>
-#include <sstream>
 
 #include "DeviceCommunication.h"
+#include "PpdTestSupport.h"
 #include "RecordingWaits.h"
 #include "SandboxEnv.h"
 #include "TestCardPrinter.h"
@@ -21,195 +18,79 @@ namespace {
 
 using namespace testcard_support;
 
-std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-std::set<std::string> FilesIn(const std::string& dir) {
-  std::set<std::string> names;
-  std::error_code ec;
-  for (const auto& entry : std::filesystem::directory_iterator(dir, ec)) names.insert(entry.path().string());
-  return names;
-}
-
 class TestCardPrint : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(vkt_sandbox::Require());
-    ASSERT_FALSE(tmp_.Path().empty());
-    // The card PDFs go to the user's private temporary directory.
-    setenv("XDG_RUNTIME_DIR", tmp_.Path().c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", tmp_.path().c_str(), 1);  // the card PDFs go here
   }
-
-  // The printer facts as the main window reads them from the session.
-  static TestCardFacts FactsFrom(DeviceCommunication& session) {
-    TestCardFacts facts;
-    facts.frmVersion = session.GetFirmwareVersion();
-    facts.FwVersion = facts.frmVersion;
-    facts.SerialNum = session.GetSerialNumber();
-    facts.HeadResis = session.GetHeadResistance();
-    facts.PannelPrinted = session.GetPanelsPrinted();
-    facts.RibbonTypes = session.GetRibbonType().value_or("");
-    facts.pOffset = {1, 2, 3, 4};
-    return facts;
-  }
-
-  // The file the queue's emulator captured that is not in `before`, waiting
-  // up to about 10 s for the emulator to finish writing it.
-  static std::string NewCapture(const std::string& queue, const std::set<std::string>& before,
-                                size_t expectedSize) {
-    const std::string dir = vkt_sandbox::Var("VKT_EMU_CAPTURE_" + queue);
-    for (int round = 0; round < 200; ++round) {
-      for (const std::string& file : FilesIn(dir)) {
-        std::error_code ec;
-        if (!before.count(file) && std::filesystem::file_size(file, ec) == expectedSize) return file;
-      }
-      usleep(50 * 1000);
-    }
-    return {};
-  }
-
-  // Prints card `kind` with driver ribbon `ribbon` on `queue` and returns
-  // the captured job, checked to be the PDF the tool wrote.
-  std::string PrintAndCapture(const std::string& queue, int kind, int ribbon, bool dualSide,
-                              const std::string& printedFile) {
-    DeviceCommunication session(queue);
-    EXPECT_NE(session.Transport(), nullptr) << queue;
-    if (session.Transport() == nullptr) return {};
-    const std::set<std::string> before = FilesIn(vkt_sandbox::Var("VKT_EMU_CAPTURE_" + queue));
-    TestCardRenderer renderer(&session, FactsFrom(session));
-    TestCardPrinter printer(&session, queue);
-    RecordingWaits waits;
-    EXPECT_EQ(printer.ProcessTestCard(renderer, kind, ribbon, dualSide), TestCardPrinter::Result::kPrinted);
-    EXPECT_GT(printer.LastJobId(), 0);
-    // The queue is given three seconds after it was enabled, before the job
-    // is submitted (waits after it are CheckJobStatus's polling pauses).
-    EXPECT_FALSE(waits.entries.empty());
-    if (!waits.entries.empty()) {
-      EXPECT_EQ(waits.entries.front(),
-                (RecordingWaits::Entry{RecordingWaits::Entry::kSleep, std::chrono::seconds(3)}));
-    }
-    // The direct connection is back: the printer answers the session again.
-    EXPECT_FALSE(renderer.Facts().SerialNum.empty());
-    EXPECT_EQ(renderer.QueryPrinter("%SERIE"), renderer.Facts().SerialNum);
-
-    const std::string printed = ReadAll(tmp_.Path() + printedFile);
-    EXPECT_FALSE(printed.empty()) << printedFile;
-    const std::string capture = NewCapture(queue, before, printed.size());
-    EXPECT_FALSE(capture.empty()) << "no job reached the emulator of " << queue;
-    if (capture.empty()) return {};
-    EXPECT_TRUE(ReadAll(capture) == printed) << "the emulator got other bytes than " << printedFile;
-    return capture;
-  }
-
-  static void ExpectCardPages(const std::string& pdf, size_t count) {
-    const std::vector<PdfPageInfo> pages = PdfPages(pdf);
-    ASSERT_EQ(pages.size(), count);
-    for (const PdfPageInfo& page : pages) {
-      EXPECT_EQ(page.mediaBox, "[ 0 0 245.8 153.6 ]");
-      EXPECT_DOUBLE_EQ(page.width, 245.8);
-      EXPECT_DOUBLE_EQ(page.height, 153.6);
-    }
-  }
-
-  static bool PageInColour(const std::string& pdf, int page) {
-    const QImage image = RenderPdfPage(pdf, page, 72);
-    EXPECT_FALSE(image.isNull()) << pdf << " page " << page;
-    return ColouredPixels(image, image.rect()) > 1000;
-  }
-
-  bool Exists(const std::string& name) const { return std::filesystem::exists(tmp_.Path() + name); }
-
-  ScopedTemporaryDirectory tmp_;
+  bool Exists(const std::string& name) const { return std::filesystem::exists(tmp_.path() / name); }
+  ppd_test::ScratchDir tmp_;
 };
 
-TEST_F(TestCardPrint, DualSidedRibbon14PrintsBothSidesInColour) {
-  const std::string capture = PrintAndCapture("Card", 0, 14, true, "TestCardPrint.pdf");
-  ASSERT_FALSE(capture.empty());
-  ExpectCardPages(capture, 2);
-  EXPECT_TRUE(PageInColour(capture, 1));
-  EXPECT_TRUE(PageInColour(capture, 2));
+TEST_F(TestCardPrint, RibbonAndSidesDecideTheColourOfEachPrintedPage) {
+  const struct {
+    std::string queue;
+    int kind, ribbon;
+    bool dualSide;
+    std::string file;
+    std::vector<bool> colour;  // per page
+  } cases[] = {{"Card", 0, 14, true, "TestCardPrint.pdf", {true, true}},
+               {"Card", 1, 9, true, "TestCardPrint.pdf", {false, false}},
+               {"Card", 2, 0, true, "TestCardPrint.pdf", {true, false}},
+               {"VKTS31Socket", 0, 14, false, "FrontImage.pdf", {true}}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.queue + " ribbon " + std::to_string(c.ribbon));
+    DeviceCommunication session(c.queue);
+    ASSERT_NE(session.Transport(), nullptr);
+    TestCardFacts facts = FixedFacts();
+    facts.SerialNum = session.GetSerialNumber();
+    TestCardRenderer renderer(&session, facts);
+    TestCardPrinter printer(&session, c.queue);
+    RecordingWaits waits;
+    EXPECT_EQ(printer.ProcessTestCard(renderer, c.kind, c.ribbon, c.dualSide), TestCardPrinter::Result::kPrinted);
+    EXPECT_GT(printer.LastJobId(), 0);
+    // The queue is given three seconds after it was enabled, before the job
+    // is submitted (waits after it are the job wait's polling pauses).
+    ASSERT_FALSE(waits.entries.empty());
+    EXPECT_EQ(waits.entries[0], (RecordingWaits::Entry{RecordingWaits::Entry::kSleep, std::chrono::seconds(3)}));
+    // The direct connection is back: the printer answers the session again.
+    EXPECT_EQ(renderer.QueryPrinter("%SERIE"), facts.SerialNum);
+    EXPECT_EQ(Exists("BackImage.pdf"), c.dualSide);
+
+    // The PDF the job printed: a page of the card size per side.
+    const std::string printed = (tmp_.path() / c.file).string();
+    for (size_t page = 1; page <= c.colour.size(); ++page) {
+      const QImage image = RenderPdfPage(printed, static_cast<int>(page), 72);
+      EXPECT_EQ(image.size(), QSize(246, 154)) << page;
+      EXPECT_EQ(ColouredPixels(image) > 1000, c.colour[page - 1]) << page;
+    }
+    EXPECT_TRUE(RenderPdfPage(printed, static_cast<int>(c.colour.size()) + 1, 72).isNull());
+    std::filesystem::remove(tmp_.path() / "BackImage.pdf");
+  }
 }
 
-TEST_F(TestCardPrint, DualSidedRibbon9PrintsBothSidesMonochrome) {
-  const std::string capture = PrintAndCapture("Card", 1, 9, true, "TestCardPrint.pdf");
-  ASSERT_FALSE(capture.empty());
-  ExpectCardPages(capture, 2);
-  EXPECT_FALSE(PageInColour(capture, 1));
-  EXPECT_FALSE(PageInColour(capture, 2));
-}
-
-TEST_F(TestCardPrint, DualSidedRibbon0PrintsTheFrontOnlyInColour) {
-  const std::string capture = PrintAndCapture("Card", 2, 0, true, "TestCardPrint.pdf");
-  ASSERT_FALSE(capture.empty());
-  ExpectCardPages(capture, 2);
-  EXPECT_TRUE(PageInColour(capture, 1));
-  EXPECT_FALSE(PageInColour(capture, 2));
-}
-
-TEST_F(TestCardPrint, SingleSidedQueuePrintsTheFrontPdf) {
-  const std::string capture = PrintAndCapture("VKTS31Socket", 0, 14, false, "FrontImage.pdf");
-  ASSERT_FALSE(capture.empty());
-  ExpectCardPages(capture, 1);
-  EXPECT_TRUE(PageInColour(capture, 1));
-  EXPECT_FALSE(Exists("BackImage.pdf"));
-  EXPECT_FALSE(Exists("TestCardPrint.pdf"));
-}
-
-TEST_F(TestCardPrint, QueriesOfTheCardsReachTheQueuesPrinter) {
-  // Both sides of a standard card ask for the edge count once each, on the
-  // session's connection, before the job.
-  const std::string transcript = vkt_sandbox::Var("VKT_EMU_TRANSCRIPT_Card");
-  const size_t before = ReadAll(transcript).size();
-  ASSERT_FALSE(PrintAndCapture("Card", 0, 1, true, "TestCardPrint.pdf").empty());
-  const std::string added = ReadAll(transcript).substr(before);
-  // The transcript writes ESC and CR as \x1b and \x0d.
-  const std::string query = "\\x1b+EC\\x0d";
-  size_t count = 0;
-  for (size_t at = added.find(query); at != std::string::npos; at = added.find(query, at + 1)) ++count;
-  EXPECT_EQ(count, 2u) << added.substr(0, 2000);
-}
-
-TEST_F(TestCardPrint, UnknownQueuePrintsNothing) {
+TEST_F(TestCardPrint, UnknownQueueOrCardKindPrintsNothing) {
   DeviceCommunication session("Card");
   ASSERT_NE(session.Transport(), nullptr);
-  const std::string captureDir = vkt_sandbox::Var("VKT_EMU_CAPTURE_Card");
-  const std::set<std::string> before = FilesIn(captureDir);
   const std::string transcript = vkt_sandbox::Var("VKT_EMU_TRANSCRIPT_Card");
-  const size_t transcriptBefore = ReadAll(transcript).size();
-
+  const size_t transcriptBefore = ppd_test::ReadFile(transcript).size();
   TestCardRenderer renderer(&session, FixedFacts());
-  TestCardPrinter printer(&session, "NoSuchQueue");
+  TestCardPrinter unknown(&session, "NoSuchQueue"), card(&session, "Card");
   RecordingWaits waits;
-  EXPECT_EQ(printer.ProcessTestCard(renderer, 0, 14, true), TestCardPrinter::Result::kUnknownQueue);
-  EXPECT_EQ(printer.LastJobId(), 0);
+  EXPECT_EQ(unknown.ProcessTestCard(renderer, 0, 14, true), TestCardPrinter::Result::kUnknownQueue);
+  EXPECT_EQ(unknown.LastJobId(), 0);
+  EXPECT_EQ(card.ProcessTestCard(renderer, 3, 14, true), TestCardPrinter::Result::kNoCard);
+  EXPECT_EQ(card.ProcessTestCard(renderer, -1, 14, true), TestCardPrinter::Result::kNoCard);
   EXPECT_TRUE(waits.entries.empty());
-  EXPECT_FALSE(Exists("FrontImage.pdf"));
-  EXPECT_FALSE(Exists("BackImage.pdf"));
-  EXPECT_FALSE(Exists("TestCardPrint.pdf"));
+  for (const char* file : {"FrontImage.pdf", "BackImage.pdf", "TestCardPrint.pdf"}) EXPECT_FALSE(Exists(file));
   // Neither queried nor disconnected: the session's connection still works.
-  EXPECT_EQ(session.GetSerialNumber().empty(), false);
-  usleep(300 * 1000);  // let the emulator write anything it might have got
-  EXPECT_EQ(FilesIn(captureDir), before);
-  const std::string added = ReadAll(transcript).substr(transcriptBefore);
-  EXPECT_EQ(added.find("+EC"), std::string::npos) << added;
-
+  EXPECT_FALSE(session.GetSerialNumber().empty());
+  EXPECT_EQ(ppd_test::ReadFile(transcript).substr(transcriptBefore).find("+EC"), std::string::npos);
   // Sending directly to the unknown queue is refused the same way.
-  const QImage card = renderer.DrawStandaredTestCard(1);
-  EXPECT_EQ(printer.SendTestCardToPrinter(&card, nullptr), TestCardPrinter::Result::kUnknownQueue);
-  EXPECT_EQ(printer.LastJobId(), 0);
-}
-
-TEST_F(TestCardPrint, CardKindOutsideTheListDrawsAndPrintsNothing) {
-  DeviceCommunication session("Card");
-  TestCardRenderer renderer(&session, FixedFacts());
-  TestCardPrinter printer(&session, "Card");
-  RecordingWaits waits;
-  EXPECT_EQ(printer.ProcessTestCard(renderer, 3, 14, true), TestCardPrinter::Result::kNoCard);
-  EXPECT_EQ(printer.ProcessTestCard(renderer, -1, 14, true), TestCardPrinter::Result::kNoCard);
-  EXPECT_TRUE(waits.entries.empty());
-  EXPECT_FALSE(Exists("FrontImage.pdf"));
+  const QImage image = renderer.DrawStandaredTestCard(1);
+  EXPECT_EQ(unknown.SendTestCardToPrinter(&image, nullptr), TestCardPrinter::Result::kUnknownQueue);
+  EXPECT_EQ(unknown.LastJobId(), 0);
 }
 
 }  // namespace

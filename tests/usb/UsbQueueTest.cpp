@@ -1,6 +1,7 @@
 // The sandbox's usb queue end to end: the session asks the private cupsd for
 // the queue's device URI, takes the serial number from it and finds the
-// emulated USB printer carrying that serial number.
+// emulated USB printer carrying that serial number; a printer this user may
+// not open leaves the session without a transport.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -13,60 +14,48 @@
 
 namespace {
 
-const std::string kQueue = "VKTS32Usb";
-
-TEST(UsbQueueTest, UsbQueueSessionAnswersThroughTheEmulatedDevice) {
-  ASSERT_TRUE(UsbPrinterTestbed::PreloadActive()) << "run this test under umockdev-wrapper";
-  ASSERT_TRUE(vkt_sandbox::Require());
-  const std::string serial = vkt_sandbox::Var("VKT_USB_SERIAL");
-  ASSERT_FALSE(serial.empty()) << "the sandbox exports no VKT_USB_SERIAL";
-
+class UsbQueueTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(UsbPrinterTestbed::PreloadActive()) << "run this test under umockdev-wrapper";
+    ASSERT_TRUE(vkt_sandbox::Require());
+    profile.serial = vkt_sandbox::Var("VKT_USB_SERIAL");
+    ASSERT_FALSE(profile.serial.empty()) << "the sandbox exports no VKT_USB_SERIAL";
+    profile.firmware = "VKT32-M V2.00.01.004";
+    profile.firmwareTerminator = profile.replyTerminator = "\r";
+    profile.ribbonCode = 47;
+  }
   PrinterProfile profile;
-  profile.serial = serial;
-  profile.firmware = "VKT32-M V2.00.01.004";
-  profile.firmwareTerminator = "\r";
-  profile.replyTerminator = "\r";
-  profile.ribbonCode = 47;
   UsbPrinterTestbed testbed;
-  // A printer of another vendor with the same serial number must not answer.
-  int foreign = testbed.AddPrinter(USBCommunication::VendorId() ^ 0x00FF, serial, profile);
-  int printer = testbed.AddPrinter(USBCommunication::VendorId(), serial, profile);
+};
 
-  DeviceCommunication session(kQueue);
+TEST_F(UsbQueueTest, UsbQueueSessionAnswersThroughTheEmulatedDevice) {
+  // A printer of another vendor with the same serial number must not answer.
+  int foreign = testbed.AddPrinter(USBCommunication::VendorId() ^ 0x00FF, profile.serial, profile);
+  int printer = testbed.AddPrinter(USBCommunication::VendorId(), profile.serial, profile);
+  DeviceCommunication session("VKTS32Usb");
   ASSERT_EQ(session.TransportKind(), 1u);
   EXPECT_EQ(session.GetDeviceStatusInfo(), 1u);
   EXPECT_EQ(session.GetFirmwareVersion(), "VKT32-M V2.00.01.004\r");
-  EXPECT_EQ(session.GetSerialNumber(), serial + "\r");
+  EXPECT_EQ(session.GetSerialNumber(), profile.serial + "\r");
   EXPECT_EQ(session.GetRibbonType(), "KRO");
-  EXPECT_EQ(testbed.Transcript(printer),
-            "\x1bV\r\x1b" "E 2\r\x1b%SERIE\r\x1b" "E 2\r\x1b!RIBBON\r\x1b" "E 2\r");
+  EXPECT_EQ(testbed.Transcript(printer), "\x1bV\r\033E 2\r\x1b%SERIE\r\033E 2\r\x1b!RIBBON\r\033E 2\r");
   EXPECT_TRUE(testbed.Printer(foreign).Events().empty());
 }
 
 // Without a udev rule for the seat the device node is root's alone: the
 // session must end up without a transport (start-up then says it cannot go
 // on) instead of sending into a device it never opened.
-TEST(UsbQueueTest, APrinterThisUserMayNotOpenLeavesTheSessionWithoutTransport) {
-  ASSERT_TRUE(UsbPrinterTestbed::PreloadActive()) << "run this test under umockdev-wrapper";
-  ASSERT_TRUE(vkt_sandbox::Require());
-  PrinterProfile profile;
-  profile.serial = vkt_sandbox::Var("VKT_USB_SERIAL");
-  UsbPrinterTestbed testbed;
+TEST_F(UsbQueueTest, APrinterThisUserMayNotOpenLeavesTheSessionWithoutTransport) {
   int printer = testbed.AddPrinter(USBCommunication::VendorId(), profile.serial, profile);
   testbed.DenyAccess(printer);
-
   // Root opens any node: the session is made as an ordinary user.
   const bool root = ::geteuid() == 0;
-  if (root) {
-    ASSERT_EQ(::seteuid(65534), 0);
-  }
+  ASSERT_TRUE(!root || ::seteuid(65534) == 0);
   ::testing::internal::CaptureStderr();
-  auto session = std::make_unique<DeviceCommunication>(kQueue);
+  auto session = std::make_unique<DeviceCommunication>("VKTS32Usb");
   const std::string log = ::testing::internal::GetCapturedStderr();
-  if (root) {
-    ASSERT_EQ(::seteuid(0), 0);
-  }
-
+  ASSERT_TRUE(!root || ::seteuid(0) == 0);
   EXPECT_EQ(session->Transport(), nullptr);
   EXPECT_THAT(log, ::testing::HasSubstr("Could not open device " + testbed.DeviceNode(printer) +
                                         ": Access denied (insufficient permissions)\n"));

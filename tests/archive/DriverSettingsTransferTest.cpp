@@ -28,27 +28,6 @@ class DriverSettingsTransfer : public ::testing::Test {
   ScriptedPrompter prompter;
 };
 
-TEST_F(DriverSettingsTransfer, CollectKeepsMinusOneExceptForMonochromeAndReadsTheJobLog) {
-  WriteFile(ppd, ReplaceLine(original, "*Time: 0", "*Time: 1"));
-  PPDHelper helper;
-  helper.InitPPD(ppd);
-  const driver_settings::DriverSettings settings = driver_settings::Collect(helper, {-1, -1, -1, -1});
-  EXPECT_EQ(settings.PrintOnBothSides + settings.Rotate180 + settings.PrintingMode, -3);
-  EXPECT_EQ(settings.MonoConversion, 0);
-  JobLog_ expected;
-  expected.Time = 1;
-  expected.Separator = ",";
-  expected.FileName = "VKTS3.log";
-  expected.StaticText = "Orvex";
-  EXPECT_EQ(settings.JobLog, expected);
-  EXPECT_EQ(helper.oldLogvalues, expected);
-  const auto shown = driver_settings::Collect(helper, {1, 2, 3, 0});
-  EXPECT_EQ(std::to_string(shown.PrintOnBothSides) + std::to_string(shown.Rotate180) +
-                std::to_string(shown.MonoConversion) + std::to_string(shown.PrintingMode),
-            "1230");
-  EXPECT_TRUE(service.Requests().empty());  // a save reads the PPD only
-}
-
 TEST_F(DriverSettingsTransfer, RestoreComparesTheJobLogAgainstTheLastCollectOrAZeroRecord) {
   driver_settings::DriverSettings saved;
   saved.Rotate180 = 2;
@@ -66,15 +45,26 @@ TEST_F(DriverSettingsTransfer, RestoreComparesTheJobLogAgainstTheLastCollectOrAZ
   std::string expected = ReplaceLine(original, "*EnableLog: 0", "*EnableLog: 1");
   expected = ReplaceLine(expected, "*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 2Back");
   EXPECT_EQ(ReadFile(ppd), ReplaceLine(expected, "*Time: 0", "*Time: 1"));
-  // After a save, against the values it read: Time goes off, the texts change.
-  driver_settings::Collect(helper, {0, 0, 0, 0});
+
+  // A save keeps -1 except for monochrome, and reads the job log from the PPD.
+  const driver_settings::DriverSettings collected = driver_settings::Collect(helper, {-1, 2, -1, -1});
+  EXPECT_EQ(std::to_string(collected.PrintOnBothSides) + std::to_string(collected.Rotate180) +
+                std::to_string(collected.MonoConversion) + std::to_string(collected.PrintingMode),
+            "-120-1");
+  JobLog_ log;
+  log.EnableLog = log.Time = 1;
+  log.Separator = ",";
+  log.FileName = "VKTS3.log";
+  log.StaticText = "Orvex";
+  EXPECT_EQ(collected.JobLog, log);
+  // Then against the values it read: Time goes off, the texts change (a text
+  // never read is saved empty, so StaticText is cleared).
   EXPECT_EQ(driver_settings::Restore(helper, Path("driver.plist"), prompter), 1);
-  // (a text never read is saved empty, so StaticText is cleared).
   expected = ReplaceLine(expected, "*Separator:,", "*Separator:;");
   expected = ReplaceLine(expected, "*StaticText:Orvex", "*StaticText:");
   EXPECT_EQ(ReadFile(ppd), ReplaceLine(expected, "*FileName:VKTS3.log", "*FileName:Other.log"));
   EXPECT_TRUE(prompter.prompts.empty());
-  EXPECT_EQ(service.Requests().size(), 4u);
+  EXPECT_EQ(service.Requests().size(), 4u);  // a save reads the PPD only
 }
 
 TEST_F(DriverSettingsTransfer, UnusableFilesLeaveThePpdAndTellTheUser) {

@@ -3,9 +3,6 @@
 // buttons send, and the controls show the file's values.
 #include <gtest/gtest.h>
 
-#include <QLabel>
-#include <QLineEdit>
-#include <QRadioButton>
 #include <filesystem>
 #include <fstream>
 

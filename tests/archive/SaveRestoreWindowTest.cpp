@@ -21,6 +21,7 @@ namespace {
 
 using namespace ppd_test;
 using Entry = RecordingWaits::Entry;
+using namespace std::string_literals;
 
 // A stand-in main window: fixed control values, a scripted prompter, and a
 // record of the printer-settings restores asked for.
@@ -59,48 +60,35 @@ class SaveRestoreWindowTest : public ::testing::Test {
   std::unique_ptr<vkts3saverestore> window;
 };
 
-TEST_F(SaveRestoreWindowTest, LabelAndFilePanels) {
+TEST_F(SaveRestoreWindowTest, LabelFilePanelsAndTheShownFile) {
   EXPECT_EQ(window->findChild<QLabel*>("lblFilePathText")->text().toStdString(),
             "The default location where the configurations \n files stored is " + docs);
   EXPECT_TRUE(window->findChild<QPlainTextEdit*>("ContentsOfPlist")->isReadOnly());
-  // Without a folder given, the desktop's Documents folder (never /Users/...).
-  ScopedEnv home("HOME", docs);
-  vkts3saverestore desktop(ppd, std::make_unique<FakeHost>(prompter, restores));
-  EXPECT_EQ(desktop.defaultDirectoryPath().rfind(docs + "/", 0), 0u) << desktop.defaultDirectoryPath();
-
   // ".plist" is appended only when it occurs nowhere in the chosen path.
   prompter.paths = {docs + "/backup", docs + "/Archive.PLIST", docs + "/my.plist.old", ""};
-  for (const std::string& expected :
-       {docs + "/backup.plist", docs + "/Archive.PLIST", docs + "/my.plist.old", std::string()})
+  for (const std::string& expected : {docs + "/backup.plist", docs + "/Archive.PLIST", docs + "/my.plist.old", ""s})
     EXPECT_EQ(window->SaveFile("Save Printer Setting"), expected);
-  ASSERT_EQ(prompter.savePanels.size(), 4u);
-  EXPECT_EQ(prompter.savePanels[0].title, "Save Printer Setting");
-  EXPECT_EQ(prompter.savePanels[0].directory, docs);
-  EXPECT_EQ(prompter.savePanels[0].types, (std::vector<std::string>{"plist", "PLIST"}));
-
-  // One second of event loop after each choice, none after the cancel.
+  EXPECT_EQ(prompter.savePanels.at(3).title, "Save Printer Setting");
+  EXPECT_EQ(prompter.savePanels[3].directory, docs);
+  EXPECT_EQ(prompter.savePanels[3].types, (std::vector<std::string>{"plist", "PLIST"}));
+  // Open panels by kind; one second of event loop after each choice, none after a cancel.
   prompter.paths = {"/x/fw.bin", "/x/job.prn", "/x/s.plist", ""};
-  EXPECT_EQ(vkts3saverestore::GetSelectedFilePath(prompter, 1), "/x/fw.bin");
-  EXPECT_EQ(vkts3saverestore::GetSelectedFilePath(prompter, 2), "/x/job.prn");
-  EXPECT_EQ(window->GetSelectedFilePath(3), "/x/s.plist");
-  EXPECT_EQ(window->GetSelectedFilePath(3), "");
-  ASSERT_EQ(prompter.openPanels.size(), 4u);
-  EXPECT_EQ(prompter.openPanels[0].types, (std::vector<std::string>{"bin", "BIN"}));
-  EXPECT_EQ(prompter.openPanels[1].types, (std::vector<std::string>{"prn", "PRN"}));
-  EXPECT_EQ(prompter.openPanels[2].types, (std::vector<std::string>{"plist", "PLIST"}));
-  EXPECT_EQ(prompter.openPanels[2].directory, docs);
+  EXPECT_EQ(vkts3saverestore::GetSelectedFilePath(prompter, 1) + vkts3saverestore::GetSelectedFilePath(prompter, 2) +
+                window->GetSelectedFilePath(3) + window->GetSelectedFilePath(3),
+            "/x/fw.bin/x/job.prn/x/s.plist");
+  EXPECT_EQ(prompter.openPanels.at(0).types, (std::vector<std::string>{"bin", "BIN"}));
+  EXPECT_EQ(prompter.openPanels.at(1).types, (std::vector<std::string>{"prn", "PRN"}));
+  EXPECT_EQ(prompter.openPanels.at(3).types, (std::vector<std::string>{"plist", "PLIST"}));
+  EXPECT_EQ(prompter.openPanels[3].directory, docs);
   const Entry second{Entry::kEventLoop, std::chrono::seconds(1)};
   EXPECT_EQ(waits.entries, (std::vector<Entry>{second, second, second}));
-}
-
-TEST_F(SaveRestoreWindowTest, ShowsOnlyUtf8TextFiles) {
-  const std::string good = docs + "/good.plist", latin1 = docs + "/latin1.plist", empty = docs + "/empty.plist";
-  std::ofstream(good) << "<plist>\xc3\xa9</plist>";
-  std::ofstream(latin1) << "<plist>\xe9</plist>";
-  std::ofstream(empty) << "";
-  for (const std::string& path : {good, latin1, empty, docs + "/missing", std::string()}) {
-    window->DisplayContentsofPlistFile(path);
-    EXPECT_EQ(Shown(), "<plist>\xc3\xa9</plist>") << path;
+  // Only a UTF-8 text file is shown; anything else leaves the view alone.
+  std::ofstream(docs + "/good.plist") << "<plist>\xc3\xa9</plist>";
+  std::ofstream(docs + "/latin1.plist") << "<plist>\xe9</plist>";
+  std::ofstream(docs + "/empty.plist") << "";
+  for (const std::string name : {"/good.plist", "/latin1.plist", "/empty.plist", "/missing", ""}) {
+    window->DisplayContentsofPlistFile(name.empty() ? name : docs + name);
+    EXPECT_EQ(Shown(), "<plist>\xc3\xa9</plist>") << name;
   }
 }
 

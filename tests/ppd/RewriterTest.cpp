@@ -36,18 +36,15 @@ PPDInformation Vkts32FileValues() {
 class Rewriter : public ::testing::Test {
  protected:
   void SetUp() override {
-    fs::create_directories(dir.path() / "ppd");
     fs::create_directories(dir.path() / "run");
-    fs::copy_file(FixturePath("VKTS32.ppd"), ppdPath);
-    original = ReadFile(ppdPath);
-    StartService(FakePpdService::Options{});
+    WriteFile(ppdPath, original);
     helper.InitPPD(ppdPath.string());
+    StartService({});
   }
   void StartService(FakePpdService::Options options, bool listening = true) {
-    port.reset();  // restores the variable before the next one is set
     service = std::make_unique<FakePpdService>(options);
-    port = std::make_unique<ScopedEnv>("VKT_PPD_SERVICE_PORT",
-                                       std::to_string(listening ? service->port() : FakePpdService::UnusedPort()));
+    ::setenv("VKT_PPD_SERVICE_PORT", std::to_string(listening ? service->port() : FakePpdService::UnusedPort()).c_str(),
+             1);
   }
   // The original file with the lines starting with these keys given these values.
   std::string With(const Lines& lines) const {
@@ -61,13 +58,11 @@ class Rewriter : public ::testing::Test {
   }
 
   ScratchDir dir;
-  const fs::path ppdPath = dir.path() / "ppd" / "Card.ppd";
-  const fs::path tempPath = dir.path() / "run" / "Card.ppd";
+  const fs::path ppdPath = dir.path() / "Card.ppd", tempPath = dir.path() / "run" / "Card.ppd";
   const std::string request = tempPath.string() + "|" + ppdPath.string();
-  ScopedEnv runDir{"XDG_RUNTIME_DIR", (dir.path() / "run").string()};
+  std::string original = ReadFile(FixturePath("VKTS32.ppd"));
+  ScopedEnv runDir{"XDG_RUNTIME_DIR", (dir.path() / "run").string()}, port{"VKT_PPD_SERVICE_PORT", std::nullopt};
   std::unique_ptr<FakePpdService> service;
-  std::unique_ptr<ScopedEnv> port;
-  std::string original;
   PPDHelper helper;
 };
 
@@ -142,30 +137,24 @@ TEST_F(Rewriter, NothingChangedWritesNothingAndMinusOneLeavesAnOptionAlone) {
   EXPECT_EQ(helper.PPD_nDualSettings, 0);  // read again after the save
 }
 
-TEST_F(Rewriter, SaveRibbonTypeWritesAndCallsEvenWhenUnchanged) {
+TEST_F(Rewriter, SaveRibbonTypeAndRestoreWriteAndCallEvenWhenUnchanged) {
   EXPECT_EQ(helper.SaveRibbonType(0), 1);
   EXPECT_EQ(ReadFile(tempPath), original);
-  EXPECT_THAT(service->Requests(), ElementsAre(request));
   EXPECT_EQ(ReadFile(ppdPath), original);
+  EXPECT_EQ(helper.RestorePPDSettings({-1, -1}), 1);  // missing elements count as -1
+  EXPECT_EQ(ReadFile(ppdPath), original);
+  EXPECT_THAT(service->Requests(), ElementsAre(request, request));
   EXPECT_EQ(helper.SaveRibbonType(12), 1);
   EXPECT_EQ(ReadFile(ppdPath), With({{"*DefaultVKTS32RibbonName: ", "12Monochrome2000"}}));
   EXPECT_EQ(helper.PPD_nRibbonType, 12);
-  EXPECT_EQ(service->Requests().size(), 2u);
-}
-
-TEST_F(Rewriter, RestoreRewritesFourOptionsAndDoesNotReRead) {
+  // The restore rewrites four options and does not read the file again.
   EXPECT_EQ(helper.RestorePPDSettings({2, 3, 1, 0, 99, 99}), 1);  // elements after the fourth are ignored
   EXPECT_EQ(ReadFile(ppdPath), With({{"*DefaultVKTS32Rotation: ", "2Back"},
                                      {"*DefaultVKTS32MonoConversion: ", "3Text"},
                                      {"*DefaultVKTS32PrintingMode: ", "1EncodeOnly"},
-                                     {"*DefaultVKTS32DualSidePrinting: ", "0false"}}));
-  EXPECT_EQ(helper.PPD_nRotation, 0);  // still the values read before the restore
-  EXPECT_EQ(helper.PPD_nDualSettings, 1);
-  // Missing elements count as -1; the file is written and sent in every case.
-  WriteFile(ppdPath, original);
-  EXPECT_EQ(helper.RestorePPDSettings({-1, -1}), 1);
-  EXPECT_EQ(ReadFile(ppdPath), original);
-  EXPECT_EQ(service->Requests().size(), 2u);
+                                     {"*DefaultVKTS32DualSidePrinting: ", "0false"},
+                                     {"*DefaultVKTS32RibbonName: ", "12Monochrome2000"}}));
+  EXPECT_EQ(helper.PPD_nRotation * 10 + helper.PPD_nDualSettings, 1);
 }
 
 TEST_F(Rewriter, JobLogSaveRewritesTheChangedFieldsAgainstTheOldValues) {
@@ -197,7 +186,7 @@ TEST_F(Rewriter, JobLogSaveRewritesTheChangedFieldsAgainstTheOldValues) {
   EXPECT_EQ(ReadFile(ppdPath), With({{"*Time: ", "1"}, {"*Separator:", "|"}, {"*StaticText:", "Card shop"}}));
 }
 
-TEST_F(Rewriter, FailuresLeaveThePpdAlone) {
+TEST_F(Rewriter, FailuresLeaveThePpdAloneAndAnUnreadablePpdSendsNothing) {
   PPDInformation values = Vkts32FileValues();
   values.Rotation = 1;
   JobLog_ log = helper.GetPPDJobLogDefaultValues();
@@ -226,16 +215,12 @@ TEST_F(Rewriter, FailuresLeaveThePpdAlone) {
   EXPECT_EQ(helper.SaveJobLogSettings(log), -1);
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("Error connecting socket :: Connection refused\n"));
   EXPECT_EQ(ReadFile(ppdPath), original);
-  EXPECT_THAT(service->Requests(), IsEmpty());
-}
-
-TEST_F(Rewriter, UnreadablePpdSendsNothing) {
+  // The PPD cannot be read: nothing is sent.
+  StartService({});
   fs::remove(ppdPath);
   CaptureStderr();
   EXPECT_EQ(helper.SaveRibbonType(2), -1);
   EXPECT_EQ(helper.RestorePPDSettings({1, 1, 1, 1}), -1);
-  PPDInformation values = Vkts32FileValues();
-  values.BackY = 9;
   EXPECT_EQ(helper.SavePPDInformation(values), -1);
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("FileContent (null)\n"));
   EXPECT_THAT(service->Requests(), IsEmpty());

@@ -1,16 +1,12 @@
 // The content rule: which edits of an installed PPD the service accepts.
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "PpdEditCheck.h"
 #include "ServiceTestSupport.h"
 
 using service_test::ReplaceOnce;
 
 namespace {
-
-constexpr const char* kAny = "";  // refused, for whatever reason
 
 TEST(PpdEditCheck, EditsOfTheFixtureAreAcceptedOrRefusedWithTheirReason) {
   const std::string installed = service_test::ReadFile(service_test::OwnFixturePpd());
@@ -35,60 +31,50 @@ TEST(PpdEditCheck, EditsOfTheFixtureAreAcceptedOrRefusedWithTheirReason) {
       // Added or removed lines.
       {"*FrontX: 0\n", "*FrontX: 0\n*cupsFilter2: \"application/pdf application/vnd.cups-raw 0 /tmp/x\"\n",
        "the edited PPD has 146 lines, the installed one 145"},
-      {"*FrontX: 0\n", "", kAny},
-      {"Separator:,", "Separator:\n*cupsFilter2: \"x\"", kAny},
+      {"*FrontX: 0\n", "", "the edited PPD has 144 lines, the installed one 145"},
+      {"Separator:,", "Separator:\n*cupsFilter2: \"x\"", "the edited PPD has 146 lines, the installed one 145"},
       // An editable line may not become another keyword.
       {"*StaticText:Orvex", "*cupsFilter2: \"application/pdf application/pdf 0 /tmp/x\"",
        "line 143: the keyword of this line may not change"},
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Orientation: 1Portrait", kAny},
-      {"*FrontX: 0", "*FrontX 1/One: 0", kAny},
+      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Orientation: 1Portrait",
+       "line 116: the keyword of this line may not change"},
+      {"*FrontX: 0", "*FrontX 1/One: 0", "line 125: the keyword of this line may not change"},
       // Other lines may not change.
       {filter, "*cupsFilter2: \"application/pdf application/vnd.cups-raw 0 /tmp/evil\"",
        "line 18: this line may not change"},
-      {"*PCFileName: \"VKTS32.PPD\"", "*PCFileName: \"VKTS31.PPD\"", kAny},
-      {"*VKTS32Rotation 3Both/3Both: \"\"", "*VKTS32Rotation 3Both/3Both: \"(x) run\"", kAny},
-      {"*VKTS32Rotation 3Both/3Both: \"\"", "*VKTS32Rotation 4Evil/Evil: \"\"", kAny},
-      {"*DefaultPageSize: CR80", "*DefaultPageSize: A4", kAny},
-      {"*DefaultColorSpace: RGB", "*DefaultColorSpace: Gray", kAny},
+      {"*PCFileName: \"VKTS32.PPD\"", "*PCFileName: \"VKTS31.PPD\"", "line 7: this line may not change"},
+      {"*VKTS32Rotation 3Both/3Both: \"\"", "*VKTS32Rotation 3Both/3Both: \"(x) run\"",
+       "line 120: this line may not change"},
+      {"*VKTS32Rotation 3Both/3Both: \"\"", "*VKTS32Rotation 4Evil/Evil: \"\"",
+       "line 120: the keyword of this line may not change"},
+      {"*DefaultPageSize: CR80", "*DefaultPageSize: A4", "line 22: this line may not change"},
+      {"*DefaultColorSpace: RGB", "*DefaultColorSpace: Gray", "line 15: this line may not change"},
       // A default must be one of the option's own choices.
       {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 4Sideways",
        "line 116: VKTS32Rotation has no choice \"4Sideways\""},
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 1Portrait", kAny},
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: ", kAny},
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation:1Front", kAny},
+      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 1Portrait",
+       "line 116: VKTS32Rotation has no choice \"1Portrait\""},
+      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: ", "line 116: VKTS32Rotation has no choice \"\""},
+      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation:1Front",
+       "line 116: the default line of VKTS32Rotation is malformed"},
       // Values with quotes or control characters, numbers, lengths.
       {"*StaticText:Orvex", "*StaticText:Orvex\" *cupsFilter2: \"x",
        "line 143: the value of StaticText holds a quote or a control character"},
-      {"PrinterSerialNo: S32-000123", "PrinterSerialNo: S32\r*cupsFilter2: x", kAny},
-      {"*FileName:VKTS3.log", std::string("*FileName:a\0b", 13), kAny},
+      {"PrinterSerialNo: S32-000123", "PrinterSerialNo: S32\r*cupsFilter2: x",
+       "line 124: the value of PrinterSerialNo holds a quote or a control character"},
+      {"*FileName:VKTS3.log", std::string("*FileName:a\0b", 13),
+       "line 142: the value of FileName holds a quote or a control character"},
       {"FrontX: 0", "FrontX: 1 ; x", "line 125: the value of FrontX is not a number"},
-      {"EnableLog: 0", "EnableLog:1", kAny},
+      {"EnableLog: 0", "EnableLog:1", "line 130: the value of EnableLog is not a number"},
       {"StaticText:Orvex", "StaticText:" + std::string(256, 'x'),
        "line 143: the value of StaticText is longer than 255 bytes"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.to);
-    const auto reason = PpdEditCheck::FindForbiddenChange(installed, ReplaceOnce(installed, c.from, c.to));
-    if (c.reason && c.reason->empty())
-      EXPECT_TRUE(reason);
-    else
-      EXPECT_EQ(reason, c.reason);
+    EXPECT_EQ(PpdEditCheck::FindForbiddenChange(installed, ReplaceOnce(installed, c.from, c.to)), c.reason);
   }
   EXPECT_TRUE(PpdEditCheck::FindForbiddenChange(installed, installed + "\n"));
   EXPECT_TRUE(PpdEditCheck::FindForbiddenChange(installed, installed.substr(0, installed.size() - 1)));
-}
-
-TEST(PpdEditCheck, ChoicesOfTheSandboxFixturesOfEveryModelPass) {
-  for (const std::string& file : service_test::SandboxFixturePpds()) {
-    const std::string text = service_test::ReadFile(file);
-    std::smatch match;
-    ASSERT_TRUE(std::regex_search(text, match, std::regex("\\*Default(\\w*)Rotation: 0None"))) << file;
-    std::string edited = ReplaceOnce(text, match[0], "*Default" + match[1].str() + "Rotation: 2Back");
-    edited = ReplaceOnce(edited, "*Default" + match[1].str() + "RibbonName: 0YMCKO100",
-                         "*Default" + match[1].str() + "RibbonName: 18KrO700");
-    EXPECT_EQ(PpdEditCheck::FindForbiddenChange(text, edited), std::nullopt) << file;
-    EXPECT_TRUE(PpdEditCheck::FindForbiddenChange(text, edited + "*cupsFilter2: \"a b 0 /bin/sh\"\n"));
-  }
 }
 
 TEST(PpdEditCheck, CarriageReturnLineEndsStayAndChoicesAreFoundInBlocksOnly) {

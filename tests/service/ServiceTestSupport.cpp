@@ -27,14 +27,6 @@ void WriteFile(const std::string& path, const std::string& data, mode_t mode) {
 
 std::string OwnFixturePpd() { return std::string(VKT_SERVICE_TEST_DATA) + "/VKTS32.ppd"; }
 
-std::vector<std::string> SandboxFixturePpds() {
-  std::vector<std::string> files;
-  for (const auto& entry : std::filesystem::directory_iterator(VKT_SANDBOX_PPD_FIXTURES))
-    if (entry.path().extension() == ".ppd") files.push_back(entry.path().string());
-  std::sort(files.begin(), files.end());
-  return files;
-}
-
 std::string ReplaceOnce(std::string text, const std::string& from, const std::string& to) {
   size_t at = text.find(from);
   if (at == std::string::npos) throw std::runtime_error("fixture lacks \"" + from + "\"");

@@ -20,9 +20,8 @@ namespace service_test {
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& data, mode_t mode = 0600);
 
-// Our own fixture PPD of this folder, and the sandbox's fixtures.
+// Our own fixture PPD of this folder.
 std::string OwnFixturePpd();
-std::vector<std::string> SandboxFixturePpds();
 
 // Replaces the first occurrence of from (which must exist) by to.
 std::string ReplaceOnce(std::string text, const std::string& from, const std::string& to);

@@ -108,7 +108,7 @@ TEST_F(PrinterSettingsRestoreTest, RestoreSendsWhatTheApplyButtonsSend) {
   EXPECT_EQ(ui.FeederOption->IndexOfSelectedItem(), 1);
   EXPECT_EQ(ui.BoxT1Mode->IndexOfSelectedItem() * 100 + ui.BoxT3Mode->IndexOfSelectedItem() * 10 +
                 ui.BoxT2Density->IndexOfSelectedItem(),
-            130);
+            100);
   EXPECT_TRUE(ui.rdHighCo->isChecked() && !ui.rdLowCo->isChecked());
   // The same serial number: no question, only the apply actions' own notices.
   for (const auto& prompt : prompter_.prompts) EXPECT_NE(prompt.header, "Restore Printer setting ");

@@ -18,10 +18,7 @@ TEST_F(ServiceFixture, EachKindOfLineIsReplacedAndTheOldFileKept) {
       {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 3Both"},
       {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 14hWhiteMonochrome"},
       {"PrinterSerialNo: S32-000123", "PrinterSerialNo: S32-999"},
-      {"PrinterIPAddress: 192.168.1.20", "PrinterIPAddress: 10.1.2.3"},
       {"FrontX: 0", "FrontX: -7"},
-      {"EnableLog: 0", "EnableLog: 1"},
-      {"Separator:,", "Separator:;"},
       {"*FileName:VKTS3.log", "*FileName:Cards.log"},
       {"StaticText:Orvex", "StaticText:Front desk"},
   };
@@ -61,23 +58,23 @@ TEST_F(ServiceFixture, RefusedRequestsChangeNothing) {
   std::string big = Edited("StaticText:Orvex", "StaticText:x");
   big.resize(4 * 1024 * 1024 + 1, '\n');
   const std::pair<std::string, std::string> cases[] = {
-      {source + "|" + p + "/../ppd/Card.ppd", "without \"..\""},
-      {u + "/../user/edit1.ppd|" + card, "without \"..\""},
-      {source + "|" + p + "/..", "without \"..\""},
-      {source + "|Card.ppd", "absolute path"},
-      {"edit1.ppd|" + card, "absolute path"},
-      {source + card, "malformed request"},
-      {source + "|" + card + "|" + card, "malformed request"},
+      {source + "|" + p + "/../ppd/Card.ppd", "the destination must be an absolute path without \"..\""},
+      {u + "/../user/edit1.ppd|" + card, "the source must be an absolute path without \"..\""},
+      {source + "|" + p + "/..", "the destination must be an absolute path without \"..\""},
+      {source + "|Card.ppd", "the destination must be an absolute path without \"..\""},
+      {"edit1.ppd|" + card, "the source must be an absolute path without \"..\""},
+      {source + card, "malformed request (expected <source>|<destination>)"},
+      {source + "|" + card + "|" + card, "malformed request (expected <source>|<destination>)"},
       {source + "|" + card + "\n", "malformed request (control character)"},
       {u + "/link.ppd|" + card, "the source is a link"},
       {source + "|" + p + "/Link.ppd", "the destination is a link"},
       {source + "|" + p + "/Far.ppd", "the destination is a link"},
-      {source + "|" + r + "/other/Card.ppd", "not in the PPD folder"},
-      {source + "|" + r + "/ppdx/Card.ppd", "not in the PPD folder"},
-      {source + "|" + p + "/sub/Card.ppd", "not directly in the PPD folder"},
-      {source + "|" + p + "//Card.ppd", "not directly in the PPD folder"},
-      {source + "|" + p + "/Card.txt", "not named <queue>.ppd"},
-      {source + "|" + p + "/.ppd", "not named <queue>.ppd"},
+      {source + "|" + r + "/other/Card.ppd", "the destination is not in the PPD folder"},
+      {source + "|" + r + "/ppdx/Card.ppd", "the destination is not in the PPD folder"},
+      {source + "|" + p + "/sub/Card.ppd", "the destination is not directly in the PPD folder"},
+      {source + "|" + p + "//Card.ppd", "the destination is not directly in the PPD folder"},
+      {source + "|" + p + "/Card.txt", "the destination is not named <queue>.ppd"},
+      {source + "|" + p + "/.ppd", "the destination is not named <queue>.ppd"},
       {source + "|" + p + "/Missing.ppd", "cannot open the destination"},
       {u + "/fifo.ppd|" + card, "the source is not a regular file"},
       {source + "|" + p + "/Fifo.ppd", "the destination is not a regular file"},
@@ -87,9 +84,9 @@ TEST_F(ServiceFixture, RefusedRequestsChangeNothing) {
       // The content rule is applied.
       {Source(Edited("*FrontX: 0\n", "*FrontX: 0\n*cupsFilter2: \"application/pdf application/pdf 0 /x\"\n")) + "|" +
            card,
-       "the edited PPD has 146 lines, the installed one 145"},
+       "the edited PPD changes more than the settings: the edited PPD has 146 lines, the installed one 145"},
       {Source(Edited("*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 4Sideways")) + "|" + card,
-       "line 116: VKTS32Rotation has no choice \"4Sideways\""},
+       "the edited PPD changes more than the settings: line 116: VKTS32Rotation has no choice \"4Sideways\""},
   };
   for (const auto& [request, reason] : cases) {
     SCOPED_TRACE(request.substr(0, 300));
@@ -100,7 +97,7 @@ TEST_F(ServiceFixture, RefusedRequestsChangeNothing) {
     EXPECT_EQ(ReadFile(other), original);
   // A hard link: replacing one name would leave the other behind.
   ASSERT_EQ(::link(card.c_str(), (p + "/Hard.ppd").c_str()), 0);
-  ExpectRefused(source + "|" + card, "more than one link");
+  ExpectRefused(source + "|" + card, "the destination has more than one link");
 }
 
 TEST_F(ServiceFixture, AClientThatSendsNothingIsDroppedAndOthersAreServed) {

@@ -74,7 +74,7 @@ class ServiceFixture : public ::testing::Test {
     return service_test::ReplaceOnce(Installed(), from, to);
   }
   void AskOk(const std::string& request) { EXPECT_EQ(service_test::Ask(port, request), "OK") << request; }
-  // Expects an "ERROR: " answer that contains reason, and Card.ppd as it was
+  // Expects the answer "ERROR: " + reason, and Card.ppd as it was
   // installed, with no backup or temporary file next to it.
   void ExpectRefused(const std::string& request, const std::string& reason);
   void ExpectNothingChanged();

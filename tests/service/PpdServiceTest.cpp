@@ -1,7 +1,5 @@
 // The PPD service end to end over TCP: what it puts in place, and every
 // request it refuses leaves the installed PPD byte for byte as it was.
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
@@ -102,12 +100,8 @@ TEST_F(ServiceFixture, RefusedRequestsChangeNothing) {
 
 TEST_F(ServiceFixture, AClientThatSendsNothingIsDroppedAndOthersAreServed) {
   StartService(ServiceGroupForTests(), std::chrono::milliseconds(300));
-  int silent = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  ASSERT_EQ(::connect(silent, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const int silent = Connect(port);
+  ASSERT_GE(silent, 0);
   // Served while the silent client still holds its connection.
   const std::string first = Edited("FrontX: 0", "FrontX: 1");
   AskOk(Source(first) + "|" + card);

@@ -44,17 +44,23 @@ TemporaryFolder::~TemporaryFolder() {
   std::filesystem::remove_all(path_, error);
 }
 
-namespace {
-// Only async-signal-safe calls: also used in a forked child.
-ssize_t Exchange(int port, const std::string& request, char* answer, size_t capacity) {
+int Connect(int port) {
   int fd = ::socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   address.sin_port = htons(static_cast<uint16_t>(port));
+  if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
+  ::close(fd);
+  return -1;
+}
+
+namespace {
+// Only async-signal-safe calls: also used in a forked child.
+ssize_t Exchange(int port, const std::string& request, char* answer, size_t capacity) {
+  const int fd = Connect(port);
   ssize_t got = -1;
-  if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-      ::send(fd, request.data(), request.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(request.size()))
+  if (fd >= 0 && ::send(fd, request.data(), request.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(request.size()))
     got = ::recv(fd, answer, capacity, 0);
   ::close(fd);
   return got;

@@ -44,6 +44,8 @@ class TemporaryFolder {
 // the same from a forked child running as uid (and gid) 65534.
 std::optional<std::string> Ask(int port, const std::string& request);
 std::optional<std::string> AskAsNobody(int port, const std::string& request);
+// A connection to 127.0.0.1:port, or -1.
+int Connect(int port);
 
 // Names of the entries of a folder, sorted.
 std::vector<std::string> FolderEntries(const std::string& folder);

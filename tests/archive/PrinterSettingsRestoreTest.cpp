@@ -3,9 +3,6 @@
 // buttons send, and the controls show the file's values.
 #include <gtest/gtest.h>
 
-#include <QLabel>
-#include <QLineEdit>
-#include <QRadioButton>
 #include <filesystem>
 #include <fstream>
 
@@ -30,7 +27,6 @@ class PrinterSettingsRestoreTest : public ::testing::Test {
     app_test::EnsureApplication();
     ASSERT_TRUE(root_.isValid());
     fs::create_directories(Root() + "/ppd");
-    fs::create_directories(Root() + "/Documents");
     setenv("CUPS_SERVERROOT", Root().c_str(), 1);
     std::ofstream(Root() + "/os-release") << "PRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\n";
     server_ = std::make_unique<EmulatorServer>(app_test::LoadProfile("VKTS32"));
@@ -39,7 +35,7 @@ class PrinterSettingsRestoreTest : public ::testing::Test {
 
     AppDelegate::Seams seams;
     seams.queue = "Card";
-    seams.documentsFolder = Root() + "/Documents";
+    seams.documentsFolder = Root();
     seams.osReleasePath = Root() + "/os-release";
     seams.redirectLog = false;
     seams.quit = [] {};
@@ -47,55 +43,39 @@ class PrinterSettingsRestoreTest : public ::testing::Test {
     seams.makeSession = [port](const std::string& queue) { return app_test::SessionTo(queue, port); };
     app_ = std::make_unique<AppDelegate>(prompter_, std::move(seams));
     ASSERT_EQ(app_->applicationDidFinishLaunching(), AppDelegate::StartupResult::kReady);
-    serial_ = app_->ui().SerialNum->text().toStdString();
-    ASSERT_EQ(serial_.rfind("S32000001", 0), 0u) << serial_;
+    ASSERT_EQ(app_->ui().SerialNum->text().toStdString().rfind("S32000001", 0), 0u);
     prompter_.prompts.clear();
   }
 
   std::string Root() const { return root_.path().toStdString(); }
 
-  // Everything the printer received so far, over every connection.
-  std::string Wire() const {
-    std::string all;
-    for (const std::string& part : server_->ConnectionTranscripts()) all += part;
-    return all;
-  }
-
-  // The bytes `action` puts on the wire.
+  // The bytes `action` puts on the printer's wire, over every connection.
   template <class F>
   std::string Sent(F action) {
-    const size_t before = Wire().size();
+    auto wire = [this] {
+      std::string all;
+      for (const std::string& part : server_->ConnectionTranscripts()) all += part;
+      return all;
+    };
+    const size_t before = wire().size();
     action();
-    return Wire().substr(before);
+    return wire().substr(before);
   }
 
   // Puts distinct values into every control a printer-settings file holds.
-  void SetControls(const char* frontX, int feed, int trackBase, bool high) {
+  void SetControls(const char* frontX, int feed, int base, bool high) {
     Ui::MainWindow& ui = app_->ui();
     ui.leFrontX->setText(frontX);
     ui.leFrontY->setText("3");
-    ui.leBackX->setText("0");
     ui.leBackY->setText("-7");
     ui.FeederOption->SelectItemAtIndex(feed);
-    ui.BoxT1Mode->SelectItemAtIndex(trackBase % 3);
-    ui.BoxT2Mode->SelectItemAtIndex((trackBase + 1) % 3);
-    ui.BoxT3Mode->SelectItemAtIndex((trackBase + 2) % 3);
-    ui.BoxT1Density->SelectItemAtIndex(trackBase % 2);
-    ui.BoxT2Density->SelectItemAtIndex((trackBase + 1) % 2);
-    ui.BoxT3Density->SelectItemAtIndex(trackBase % 2);
+    VktComboBox* modes[] = {ui.BoxT1Mode, ui.BoxT2Mode, ui.BoxT3Mode};
+    VktComboBox* densities[] = {ui.BoxT1Density, ui.BoxT2Density, ui.BoxT3Density};
+    for (int i = 0; i < 3; ++i)
+      modes[i]->SelectItemAtIndex((base + i) % 3), densities[i]->SelectItemAtIndex((base + i) % 2);
     app_->HiLoCo().SetStates(high, !high);
   }
 
-  // Saves the controls through the save/restore window.
-  std::string SaveThroughWindow(const std::string& name) {
-    vkts3saverestore window(app_->PPDFileName, std::make_unique<AppSaveRestoreHost>(*app_), nullptr,
-                            Root() + "/Documents");
-    prompter_.paths = {Root() + "/Documents/" + name};
-    window.PrinterSettingSaveButton();
-    return Root() + "/Documents/" + name + ".plist";
-  }
-
-  std::string serial_;  // the serial-number field as start-up filled it
   QTemporaryDir root_;
   RecordingWaits waits_;
   ScriptedPrompter prompter_;
@@ -105,8 +85,9 @@ class PrinterSettingsRestoreTest : public ::testing::Test {
 
 TEST_F(PrinterSettingsRestoreTest, RestoreSendsWhatTheApplyButtonsSend) {
   SetControls("-12", 1, 1, true);
-  const std::string file = SaveThroughWindow("backup");
-  ASSERT_TRUE(fs::exists(file));
+  vkts3saverestore window(app_->PPDFileName, std::make_unique<AppSaveRestoreHost>(*app_), nullptr, Root());
+  prompter_.paths = {Root() + "/backup.plist"};
+  window.PrinterSettingSaveButton();
 
   // The reference: a user's clicks with these controls, in the order of the
   // file's keys (Offset, SingleFeed, MagneticEncoding). Choosing a feeder
@@ -121,18 +102,14 @@ TEST_F(PrinterSettingsRestoreTest, RestoreSendsWhatTheApplyButtonsSend) {
 
   SetControls("40", 0, 2, false);
   prompter_.prompts.clear();
-  const std::string restored = Sent([&] { AppSaveRestoreHost(*app_).UpdatePrinterSettingsFromFile(file); });
-  EXPECT_EQ(restored, applied);
-
+  EXPECT_EQ(Sent([&] { AppSaveRestoreHost(*app_).UpdatePrinterSettingsFromFile(Root() + "/backup.plist"); }), applied);
   Ui::MainWindow& ui = app_->ui();
-  EXPECT_EQ(ui.leFrontX->text(), "-12");
-  EXPECT_EQ(ui.leBackY->text(), "-7");
+  EXPECT_EQ(ui.leFrontX->text() + ui.leFrontY->text() + ui.leBackY->text(), "-123-7");
   EXPECT_EQ(ui.FeederOption->IndexOfSelectedItem(), 1);
-  EXPECT_EQ(ui.BoxT1Mode->IndexOfSelectedItem(), 1);
-  EXPECT_EQ(ui.BoxT3Mode->IndexOfSelectedItem(), 0);
-  EXPECT_EQ(ui.BoxT2Density->IndexOfSelectedItem(), 0);
-  EXPECT_TRUE(ui.rdHighCo->isChecked());
-  EXPECT_FALSE(ui.rdLowCo->isChecked());
+  EXPECT_EQ(ui.BoxT1Mode->IndexOfSelectedItem() * 100 + ui.BoxT3Mode->IndexOfSelectedItem() * 10 +
+                ui.BoxT2Density->IndexOfSelectedItem(),
+            100);
+  EXPECT_TRUE(ui.rdHighCo->isChecked() && !ui.rdLowCo->isChecked());
   // The same serial number: no question, only the apply actions' own notices.
   for (const auto& prompt : prompter_.prompts) EXPECT_NE(prompt.header, "Restore Printer setting ");
 }

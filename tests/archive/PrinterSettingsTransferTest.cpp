@@ -37,68 +37,38 @@ std::string Describe(const printer_settings::Controls& c) {
 }
 
 TEST(PrinterSettingsTransfer, RestoreSendsEachGroupInFileOrderAndAsksAboutOtherPrinters) {
-  const std::string untouched = "1,2,3,4 feed 0 tracks 0/0 1/1 2/0 high";
-  struct Case {
-    const char* name;
+  using R = RestoreResult;
+  const std::string untouched = "1,2,3,4 feed 0 tracks 0/0 1/1 2/0 high", other = Serial("S32999999");
+  const std::string track3 =
+      "<key>MagneticEncoding</key><dict><key>Track3</key><dict><key>Mode</key><integer>3</"
+      "integer><key>Density</key><integer>2</integer></dict></dict>";
+  const struct Case {
     std::string file;  // empty: no file at all
-    std::vector<int> answers;
-    RestoreResult result;
+    int answer;        // -1: not asked
+    R result;
     const char* actions;  // O offsets, F feeder, E encoder, in the order called
     std::string controls;
-    bool asked;
   } cases[] = {
-      {"whole file, this printer",
-       Plist(Serial(kSerial) + Config(kEncoding + "<key>SingleFeed</key><integer>2</integer>" + kOffsets)),
-       {},
-       RestoreResult::kApplied,
-       "EFO",
-       "-12,2,3,7 feed 2 tracks 0/0 0/0 2/0 low",
-       false},
-      {"another printer, Cancel",
-       Plist(Serial("S32999999") + Config(kOffsets)),
-       {1},
-       RestoreResult::kDeclined,
-       "",
-       untouched,
-       true},
-      {"another printer, Ok",
-       Plist(Serial("S32999999") + Config(kOffsets)),
-       {0},
-       RestoreResult::kApplied,
-       "O",
-       "-12,2,3,7 feed 0 tracks 0/0 1/1 2/0 high",
-       true},
-      {"feeder index the list lacks",
-       Plist(Serial(kSerial) + Config("<key>SingleFeed</key><integer>3</integer>")),
-       {},
-       RestoreResult::kApplied,
-       "F",
-       "1,2,3,4 feed -1 tracks 0/0 1/1 2/0 high",
-       false},
-      {"track indices the lists lack",
-       Plist(Serial(kSerial) + Config("<key>MagneticEncoding</key><dict><key>Track3</key><dict><key>Mode</"
-                                      "key><integer>3</integer><key>Density</key><integer>2</integer></dict></dict>")),
-       {},
-       RestoreResult::kApplied,
-       "E",
-       "1,2,3,4 feed 0 tracks 0/0 1/1 -1/-1 high",
-       false},
-      {"empty coercivity keeps the radio pair",
-       Plist(Serial(kSerial) +
+      {Plist(Serial(kSerial) + Config(kEncoding + "<key>SingleFeed</key><integer>2</integer>" + kOffsets)), -1,
+       R::kApplied, "EFO", "-12,2,3,7 feed 2 tracks 0/0 0/0 2/0 low"},
+      {Plist(other + Config(kOffsets)), 1, R::kDeclined, "", untouched},
+      {Plist(other + Config(kOffsets)), 0, R::kApplied, "O", "-12,2,3,7 feed 0 tracks 0/0 1/1 2/0 high"},
+      // Indices the lists lack.
+      {Plist(Serial(kSerial) + Config("<key>SingleFeed</key><integer>3</integer>")), -1, R::kApplied, "F",
+       "1,2,3,4 feed -1 tracks 0/0 1/1 2/0 high"},
+      {Plist(Serial(kSerial) + Config(track3)), -1, R::kApplied, "E", "1,2,3,4 feed 0 tracks 0/0 1/1 -1/-1 high"},
+      // An empty coercivity keeps the radio pair.
+      {Plist(Serial(kSerial) +
              Config("<key>MagneticEncoding</key><dict><key>Coercivity</key><string></string></dict>")),
-       {},
-       RestoreResult::kApplied,
-       "E",
-       untouched,
-       false},
-      {"no serial number", Plist(Config(kOffsets)), {}, RestoreResult::kNoSerial, "", untouched, false},
-      {"empty dictionary", Plist(""), {}, RestoreResult::kNoSerial, "", untouched, false},
-      {"not a property list", "not a plist", {}, RestoreResult::kUnreadable, "", untouched, false},
-      {"no file", "", {}, RestoreResult::kUnreadable, "", untouched, false},
+       -1, R::kApplied, "E", untouched},
+      {Plist(Config(kOffsets)), -1, R::kNoSerial, "", untouched},
+      {Plist(""), -1, R::kNoSerial, "", untouched},
+      {"not a plist", -1, R::kUnreadable, "", untouched},
+      {"", -1, R::kUnreadable, "", untouched},
   };
   ppd_test::ScratchDir dir;
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+    SCOPED_TRACE(c.file);
     const std::string path = (dir.path() / "settings.plist").string();
     std::filesystem::remove(path);
     if (!c.file.empty()) std::ofstream(path) << c.file;
@@ -109,12 +79,12 @@ TEST(PrinterSettingsTransfer, RestoreSendsEachGroupInFileOrderAndAsksAboutOtherP
     printer_settings::RestoreActions record{[&](const auto&) { actions += 'O'; }, [&](const auto&) { actions += 'F'; },
                                             [&](const auto&) { actions += 'E'; }};
     ScriptedPrompter prompter;
-    prompter.answers = {c.answers.begin(), c.answers.end()};
+    if (c.answer >= 0) prompter.answers = {c.answer};
     EXPECT_EQ(printer_settings::Restore(path, controls, prompter, "/icon.png", record), c.result);
     EXPECT_EQ(actions, c.actions);
     EXPECT_EQ(Describe(controls), c.controls);
-    ASSERT_EQ(prompter.prompts.size(), c.asked ? 1u : 0u);
-    if (!c.asked) continue;
+    ASSERT_EQ(prompter.prompts.size(), c.answer >= 0 ? 1u : 0u);
+    if (c.answer < 0) continue;
     EXPECT_EQ(prompter.prompts[0].header, "Restore Printer setting ");
     EXPECT_EQ(prompter.prompts[0].message,
               "The target printer does not match the saved printer configuration settings.Proceeding to restore this "
@@ -125,24 +95,14 @@ TEST(PrinterSettingsTransfer, RestoreSendsEachGroupInFileOrderAndAsksAboutOtherP
 }
 
 TEST(PrinterSettingsTransfer, CollectTakesTheControlsAsShown) {
-  printer_settings::Controls controls;
-  controls.offsets = {"-12", "+3", "", "x"};
-  controls.feeder = -1;
-  controls.tracks = {{{2, 1}, {-1, 0}, {0, -1}}};
-  controls.high = false;
-  controls.low = false;
-  controls.serialNo = kSerial;
-  const printer_settings::PrinterSettings settings = printer_settings::Collect(controls);
-  EXPECT_EQ(
-      settings.FrontXOffset + "|" + settings.FrontYOffset + "|" + settings.BackXOffset + "|" + settings.BackYOffset,
-      "-12|+3||x");
-  EXPECT_EQ(settings.SingleFeed, -1);
-  EXPECT_EQ(settings.Tracks[0].Mode, 2);
-  EXPECT_EQ(settings.Tracks[1].Mode, -1);
-  EXPECT_EQ(settings.Tracks[2].Density, -1);
+  printer_settings::Controls controls{{"-12", "+3", "", "x"}, -1, {{{2, 1}, {-1, 0}, {0, -1}}}, false, false, kSerial};
+  const printer_settings::PrinterSettings s = printer_settings::Collect(controls);
+  EXPECT_EQ(s.FrontXOffset + "|" + s.FrontYOffset + "|" + s.BackXOffset + "|" + s.BackYOffset, "-12|+3||x");
+  EXPECT_EQ(s.SingleFeed, -1);
+  EXPECT_EQ(s.Tracks[0].Mode * 100 + s.Tracks[1].Mode * 10 + s.Tracks[2].Density, 200 - 10 - 1);
   // Neither button on saves as low: only a switched-on high saves as high.
-  EXPECT_EQ(settings.Coercivity, "Low Coercivity");
-  EXPECT_EQ(settings.SerialNo, kSerial);
+  EXPECT_EQ(s.Coercivity, "Low Coercivity");
+  EXPECT_EQ(s.SerialNo, kSerial);
 }
 
 }  // namespace

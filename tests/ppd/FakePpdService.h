@@ -3,7 +3,6 @@
 // the named source over the destination, and answers.
 #pragma once
 
-#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -26,9 +25,6 @@ class FakePpdService {
   int port() const { return port_; }
   // The bytes of each request's first read, in order.
   std::vector<std::string> Requests();
-  // For each served connection: the client closed it after the reply. Waits
-  // until `connections` connections are finished.
-  std::vector<bool> ClientClosed(size_t connections);
 
   // A port on 127.0.0.1 with nobody listening (bound, then released).
   static int UnusedPort();
@@ -39,10 +35,7 @@ class FakePpdService {
   Options options_;
   int listener_ = -1;
   int port_ = 0;
-  int stopPipe_[2] = {-1, -1};
   std::mutex mutex_;
-  std::condition_variable done_;
   std::vector<std::string> requests_;
-  std::vector<bool> clientClosed_;
   std::thread thread_;
 };

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -22,20 +21,14 @@ std::string ReadFile(const std::filesystem::path& path) {
 }
 
 void WriteFile(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << text;
-  EXPECT_TRUE(out.good()) << "cannot write " << path;
+  EXPECT_TRUE(std::ofstream(path, std::ios::binary | std::ios::trunc) << text) << "cannot write " << path;
 }
 
-std::string ReplaceLine(const std::string& text, const std::string& from, const std::string& to) {
-  const std::string needle = "\n" + from + "\n";
-  const auto at = text.find(needle);
+std::string ReplaceLine(std::string text, const std::string& from, const std::string& to) {
+  const auto at = text.find("\n" + from + "\n");
   EXPECT_NE(at, std::string::npos) << "line not found: " << from;
-  if (at == std::string::npos) return text;
-  EXPECT_EQ(text.find(needle, at + 1), std::string::npos) << "line found twice: " << from;
-  std::string out = text;
-  out.replace(at + 1, from.size(), to);
-  return out;
+  EXPECT_EQ(text.find("\n" + from + "\n", at + 1), std::string::npos) << "line found twice: " << from;
+  return at == std::string::npos ? text : text.replace(at + 1, from.size(), to);
 }
 
 ScratchDir::ScratchDir() {
@@ -51,15 +44,12 @@ ScratchDir::~ScratchDir() {
 
 ScopedEnv::ScopedEnv(const char* name, const std::optional<std::string>& value) : name_(name) {
   if (const char* old = std::getenv(name)) previous_ = old;
-  if (value)
-    ::setenv(name, value->c_str(), 1);
-  else
-    ::unsetenv(name);
+  Set(value);
 }
 
-ScopedEnv::~ScopedEnv() {
-  if (previous_)
-    ::setenv(name_.c_str(), previous_->c_str(), 1);
+void ScopedEnv::Set(const std::optional<std::string>& value) const {
+  if (value)
+    ::setenv(name_.c_str(), value->c_str(), 1);
   else
     ::unsetenv(name_.c_str());
 }

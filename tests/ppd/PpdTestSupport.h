@@ -16,7 +16,7 @@ void WriteFile(const std::filesystem::path& path, const std::string& text);
 
 // `text` with the one whole line `from` replaced by `to`; fails the test
 // when `from` is not exactly one line of `text`.
-std::string ReplaceLine(const std::string& text, const std::string& from, const std::string& to);
+std::string ReplaceLine(std::string text, const std::string& from, const std::string& to);
 
 // A fresh folder under the system's temporary folder, removed with its
 // contents at the end of the scope.
@@ -36,11 +36,12 @@ class ScratchDir {
 class ScopedEnv {
  public:
   ScopedEnv(const char* name, const std::optional<std::string>& value);
-  ~ScopedEnv();
+  ~ScopedEnv() { Set(previous_); }
   ScopedEnv(const ScopedEnv&) = delete;
   ScopedEnv& operator=(const ScopedEnv&) = delete;
 
  private:
+  void Set(const std::optional<std::string>& value) const;
   std::string name_;
   std::optional<std::string> previous_;
 };

@@ -1,7 +1,7 @@
 // The printer-tools models against the emulated printer: the bytes it
 // received (and the writes they came in), the prompts and waits, and the
 // session after the printer's reset.
-#include <stdlib.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -24,11 +24,11 @@ using Wait = RecordingWaits::Entry;
 using Kind = Maintenance::ConsoleOutcome::Kind;
 using Check = FirmwareDownload::Check;
 
-Prompter::Prompt Ask(const std::string& message, std::vector<std::string> buttons = {"Yes", "No"}) {
-  return {"Orvex Printer Settings", message, std::move(buttons), Prompter::Level::kCaution, kIcon, 0};
-}
-Prompter::Prompt Notice(const std::string& message, int seconds, const std::string& icon = "") {
-  return {"Orvex Printer Settings", message, {}, Prompter::Level::kNote, icon, seconds};
+// A question or alert (with buttons), or a notice that closes itself after `seconds`.
+Prompter::Prompt Ask(const std::string& message, std::vector<std::string> buttons = {"Yes", "No"}, int seconds = 0,
+                     const std::string& icon = kIcon) {
+  const auto level = buttons.empty() ? Prompter::Level::kNote : Prompter::Level::kCaution;
+  return {"Orvex Printer Settings", message, std::move(buttons), level, icon, seconds};
 }
 
 // A transport that keeps every write as it went out, and lets the emulated
@@ -65,23 +65,21 @@ class ToolsModelTest : public encoder_test::EncoderTest {
     wire_->server = server_.get();
     Sent();
   }
-  // Records each progress call.
+  // Forgets the prompts, waits and writes so far; records each progress call from here.
   std::function<void(long long, long long)> Track() {
-    progress_.clear();
+    prompter_.prompts.clear(), waits_.entries.clear(), wire_->writes.clear(), progress_.clear();
     return [this](long long sent, long long total) { progress_.emplace_back(sent, total); };
   }
   ToolsContext Tools(bool withSession = true) { return {withSession ? session_.get() : nullptr, prompter_, kIcon}; }
   // A file of `bytes` in the test's folder; size -1: a path with no file.
   std::string File(const std::string& bytes, int size = 0) {
+    std::filesystem::create_directories(folder_);
     const std::string path = folder_ + "/" + std::to_string(files_++);
     if (size >= 0) std::ofstream(path, std::ios::binary) << bytes;
     return path;
   }
 
-  const std::string folder_ = [] {
-    char name[] = "/tmp/vkt-tools-XXXXXX";
-    return std::string(mkdtemp(name));
-  }();
+  const std::string folder_ = testing::TempDir() + "vkt-tools-" + std::to_string(getpid());
   int files_ = 0;
   Wire* wire_ = nullptr;  // owned by the session
   Steps progress_;
@@ -101,9 +99,9 @@ TEST_F(ToolsModelTest, ConsoleLinesAndTheReset) {
       {"+O", true, Kind::kReplied, -1, "12\r", true},  // as received, terminator and all
       {"+EC", true, Kind::kReplied, -1, "\x06OK\r", true},  // longer than an ACK
       {"ZZ", true, Kind::kNoReply, -1, "", true},
-      {"MO", false, Kind::kNoSession, -1, "", false},
       {longest, true, Kind::kReplied, -1, "<NACK>", true},
       {longest + "Y", true, Kind::kTooLong, -1, "", false},
+      {"MO", false, Kind::kNoSession, -1, "", false},
   };
   // clang-format on
   Begin("offset_front_x = 12\nreply +EC = \\x06OK\\r\nsilent ZZ\nfeeder_mode = 2");
@@ -119,16 +117,14 @@ TEST_F(ToolsModelTest, ConsoleLinesAndTheReset) {
     EXPECT_EQ(prompter_.prompts, c.kind == Kind::kTooLong ? tooLong : Prompts{});
   }
   // "R" resets the printer: the status is cleared, a notice shown, then the session connects again.
-  prompter_.prompts.clear();
-  waits_.entries.clear();
-  wire_->writes.clear();
+  Track();
   size_t promptsAtClear = 9;
   const auto outcome = Maintenance(Tools()).ExecuteConsoleLine(
       "R", [this, &promptsAtClear] { promptsAtClear = prompter_.prompts.size(); });
   EXPECT_EQ(outcome.kind, Kind::kReset);
   EXPECT_EQ(promptsAtClear, 0u);
   EXPECT_EQ(wire_->writes, std::vector<std::string>{"\x1bR\r"});  // no reply request
-  EXPECT_EQ(prompter_.prompts, Prompts{Notice("\nPlease wait while printer is resetting.", 20)});
+  EXPECT_EQ(prompter_.prompts, Prompts{Ask("\nPlease wait while printer is resetting.", {}, 20, "")});
   EXPECT_EQ(waits_.entries, (std::vector<Wait>{{Wait::kSleep, 8s}, {Wait::kSleep, 300us}}));
   EXPECT_EQ(session_->GetFeederStatus(), 2);  // on the new connection
 }
@@ -145,7 +141,7 @@ TEST_F(ToolsModelTest, EjectAndCleaning) {
   struct Case { int kind; int answer; bool session, result; Prompts prompts; std::string sent; };
   const Case cases[] = {
       {kEject, 0, true, true, {}, "\x1bMO\r"},  // the command alone
-      {0, 0, true, true, {printer}, "\x1b" "CLEAN\r"},
+      {0, 0, true, true, {printer}, "\033CLEAN\r"},
       {1, 0, true, true, {head}, "\x1bMCLEAN\r"},
       {0, 1, true, false, {printer}, ""},
       {1, 1, true, false, {head}, ""},
@@ -159,10 +155,7 @@ TEST_F(ToolsModelTest, EjectAndCleaning) {
     prompter_.prompts.clear();
     prompter_.answers = {c.answer};
     Maintenance maintenance(Tools(c.session));
-    if (c.kind == kEject)
-      maintenance.EjectCard();
-    else
-      EXPECT_EQ(maintenance.Clean(c.kind), c.result);
+    EXPECT_EQ(c.kind == kEject ? (maintenance.EjectCard(), true) : maintenance.Clean(c.kind), c.result);
     EXPECT_EQ(Sent(), c.sent);
     EXPECT_EQ(prompter_.prompts, c.prompts);
   }
@@ -193,7 +186,6 @@ TEST_F(ToolsModelTest, PrnFilesGoOutAsTheyAreIn4096ByteBlocks) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.size);
     const std::string bytes = FirmwareBytes(std::max(c.size, 0), 1, 2);
-    wire_->writes.clear();
     EXPECT_EQ(Maintenance(Tools(c.session)).SendPRNFile(File(bytes, c.size), Track()), c.result);
     EXPECT_EQ(progress_, c.progress);
     std::vector<std::string> writes;  // the file's bytes as they are, cut in blocks
@@ -232,14 +224,13 @@ TEST_F(ToolsModelTest, FirmwareKindAndChecksumFromTheHeader) {
 }
 
 TEST_F(ToolsModelTest, FirmwareDownloadFramesTheFileAndConnectsAgainAfterTheReset) {
-  const std::string body = FirmwareBytes(10000, 0x12, 0xFF);
-  const std::string trailer("\xff\r", 2);
+  const std::string body = FirmwareBytes(10000, 0x12, 0xFF), trailer("\xff\r", 2);
   // clang-format off
   struct Case { std::string file; bool session; std::vector<std::string> writes; Steps progress; };
   const Case cases[] = {
-      {File(body), true, {std::string("\x1b" "DC \x00\x00\x27\x10", 8), body.substr(0, 4096), body.substr(4096, 4096), body.substr(8192), trailer},
+      {File(body), true, {std::string("\033DC \x00\x00\x27\x10", 8), body.substr(0, 4096), body.substr(4096, 4096), body.substr(8192), trailer},
        {{0, 10000}, {4096, 10000}, {8192, 10000}, {10000, 10000}}},
-      {File(""), true, {std::string("\x1b" "DC \0\0\0\0", 8), trailer}, {{0, 0}}},
+      {File(""), true, {std::string("\033DC \0\0\0\0", 8), trailer}, {{0, 0}}},
       {File("", -1), true, {}, {}},
       {File(body), false, {}, {}},
   };
@@ -247,27 +238,22 @@ TEST_F(ToolsModelTest, FirmwareDownloadFramesTheFileAndConnectsAgainAfterTheRese
   Begin("feeder_mode = 1");
   for (const Case& c : cases) {
     SCOPED_TRACE(c.writes.size());
-    prompter_.prompts.clear();
-    waits_.entries.clear();
-    wire_->writes.clear();
     std::vector<std::string> status;
     const bool sent = !c.writes.empty();
+    auto progress = Track();
     EXPECT_EQ(FirmwareDownload(Tools(c.session))
                   .Download(
-                      c.file, [&](const std::string& text) { status.push_back(text); }, Track()),
+                      c.file, [&](const std::string& text) { status.push_back(text); }, progress),
               sent);
     EXPECT_EQ(wire_->writes, c.writes);
     EXPECT_EQ(progress_, c.progress);
-    using Texts = std::vector<std::string>;
-    EXPECT_EQ(status,
-              (sent ? Texts{"Firmware downloading please wait...", "Firmware downloaded successfully..."} : Texts{}));
-    // A second for the status line to be drawn, seven for the printer to take the image, then the new connection.
-    using WaitList = std::vector<Wait>;
-    EXPECT_EQ(waits_.entries,
-              (sent ? WaitList{{Wait::kEventLoop, 1s}, {Wait::kSleep, 7s}, {Wait::kSleep, 300us}} : WaitList{}));
-    const Prompts notice{Notice("\nPlease wait until printer resets and initializes.", 20)};
-    EXPECT_EQ(prompter_.prompts, sent ? notice : Prompts{});
+    EXPECT_TRUE(sent || (status.empty() && prompter_.prompts.empty() && waits_.entries.empty()));
     if (!sent) continue;
+    EXPECT_EQ(status,
+              (std::vector<std::string>{"Firmware downloading please wait...", "Firmware downloaded successfully..."}));
+    // A second for the status line to be drawn, seven for the printer to take the image, then the new connection.
+    EXPECT_EQ(waits_.entries, (std::vector<Wait>{{Wait::kEventLoop, 1s}, {Wait::kSleep, 7s}, {Wait::kSleep, 300us}}));
+    EXPECT_EQ(prompter_.prompts, Prompts{Ask("\nPlease wait until printer resets and initializes.", {}, 20, "")});
     // The printer took the body, reset, and answers on the new connection.
     EXPECT_EQ(server_->Engine().CapturedData().back(), c.writes.size() > 2 ? body : "");
     EXPECT_EQ(session_->GetFeederStatus(), 1);
@@ -279,9 +265,7 @@ TEST_F(ToolsModelTest, FirmwareDownloadFramesTheFileAndConnectsAgainAfterTheRese
 std::string SetCommand(const std::string& text) {
   std::string command = "\x1b" + text + "\r";
   command.resize(50, '\0');
-  return command +
-         "\x1b"
-         "E 2\r";
+  return command + "\033E 2\r";
 }
 
 TEST_F(ToolsModelTest, OffsetsAndTheFeederMode) {
@@ -312,7 +296,7 @@ TEST_F(ToolsModelTest, OffsetsAndTheFeederMode) {
   DeviceSettings(Tools(false)).SetFeeder(0);  // the notice all the same
   EXPECT_EQ(Sent(), "");
   const auto question = Ask("You are about to change the printer offset.Do you want to continue?");
-  const auto applying = Notice("\nApplying printer settings pease wait....", 3, kIcon);
+  const auto applying = Ask("\nApplying printer settings pease wait....", {}, 3);
   EXPECT_EQ(prompter_.prompts, (Prompts{question, question, applying, applying}));
 }
 

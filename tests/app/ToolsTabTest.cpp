@@ -26,7 +26,6 @@ class ToolsTab : public ::testing::Test {
     AppDelegate::Seams seams;
     seams.queue = "Card";
     seams.redirectLog = false;
-    seams.quit = [] {};
     std::filesystem::create_directories(root_ + "/ppd");
     std::filesystem::copy_file(app_test::FixturePpd("VKTS32.ppd"), root_ + "/ppd/Card.ppd");
     setenv("CUPS_SERVERROOT", root_.c_str(), 1);
@@ -78,8 +77,7 @@ TEST_F(ToolsTab, OffsetsFeederConsoleAndMaintenance) {
   // Apply is on only while the list differs from the printer's mode (1, then 2 once applied).
   std::string applyOn;
   for (int index : {1, 2, 1, 2, -1, 2, 0}) {  // -1: press Apply
-    if (index < 0) ui().PrinterFeedOptionApplyBtn->click();
-    if (index >= 0) ui().FeederOption->SelectItemAtIndex(index);
+    index < 0 ? ui().PrinterFeedOptionApplyBtn->click() : ui().FeederOption->SelectItemAtIndex(index);
     applyOn += ui().PrinterFeedOptionApplyBtn->isEnabled() ? '+' : '-';
   }
   EXPECT_EQ(applyOn, "-+-+--+");
@@ -90,9 +88,7 @@ TEST_F(ToolsTab, OffsetsFeederConsoleAndMaintenance) {
     return cards.push_back({kind, ribbon, dual}), result;
   });
   auto execute = [this](const char* line) {
-    ui().cmdTextField->setText(line);
-    ui().ExecuteBtn->click();
-    return Status();
+    return ui().cmdTextField->setText(line), ui().ExecuteBtn->click(), Status();
   };
   EXPECT_EQ(execute("+O"), "7\r");
   EXPECT_EQ(execute(""), "7\r");  // nothing sent: the line keeps what it showed
@@ -132,8 +128,7 @@ TEST_F(ToolsTab, FilesAreChosenAndSentWithTheProgressBar) {
   EXPECT_TRUE(ui().SendProgress->isHidden());
   EXPECT_FALSE(ui().prnSendBtn->isEnabled());  // each file goes once
 
-  std::string firmware(10000, '\x01');
-  firmware[14] = 0x12, firmware[15] = '\xff';
+  const std::string firmware = std::string(14, '\x01') + "\x12\xff" + std::string(9984, '\x01');  // printer F/W, 0x12
   auto labels = [this] { return (ui().lblFirmwareType->text() + " " + ui().lblCheckSum->text()).toStdString(); };
   Choose(ui().SelectFileBtn, "fw.bin", firmware);
   EXPECT_EQ(labels(), "Printer F/W 0x12FF");

@@ -1,0 +1,152 @@
+// What the tools and device-settings tabs do with the tools models: fields,
+// labels, buttons, the progress bar and the result line, against an
+// in-process emulator.
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <filesystem>
+#include <fstream>
+
+#include "AppTestSupport.h"
+#include "RecordingWaits.h"
+#include "ScriptedPrompter.h"
+#include "ToolsController.h"
+#include "ui_MainWindow.h"
+
+namespace {
+
+class ToolsTab : public ::testing::Test {
+ protected:
+  // The window against an emulator with `profileLines`.
+  void Start(const std::string& profileLines) {
+    app_test::EnsureApplication();
+    AppDelegate::Seams seams;
+    seams.queue = "Card";
+    seams.redirectLog = false;
+    std::filesystem::create_directories(root_ + "/ppd");
+    std::filesystem::copy_file(app_test::FixturePpd("VKTS32.ppd"), root_ + "/ppd/Card.ppd");
+    setenv("CUPS_SERVERROOT", root_.c_str(), 1);
+    server_ = std::make_unique<EmulatorServer>(app_test::LoadProfile("VKTS32", profileLines));
+    ASSERT_TRUE(server_->Start());
+    seams.makeSession = [port = server_->Port()](const std::string& queue) { return app_test::SessionTo(queue, port); };
+    app_ = std::make_unique<AppDelegate>(prompter_, std::move(seams));
+    ASSERT_EQ(app_->applicationDidFinishLaunching(), AppDelegate::StartupResult::kReady);
+    prompter_.prompts.clear();
+    // The progress bar's values as a file goes out (negative: hidden).
+    QObject::connect(ui().SendProgress, &QProgressBar::valueChanged, ui().SendProgress,
+                     [this](int value) { progress_.push_back(ui().SendProgress->isHidden() ? -value : value); });
+  }
+  Ui::MainWindow& ui() { return app_->ui(); }
+  std::string Status() { return ui().PrintStatus->text().toStdString(); }
+  // Chooses a file of `bytes` (or none) through `button`'s open panel.
+  void Choose(QPushButton* button, const std::string& name, const std::string& bytes = {}) {
+    if (!bytes.empty()) std::ofstream(root_ + "/" + name, std::ios::binary) << bytes;
+    prompter_.paths = {name.empty() ? "" : root_ + "/" + name};
+    button->click();
+  }
+
+  QTemporaryDir folder_;
+  const std::string root_ = folder_.path().toStdString();
+  RecordingWaits waits_;
+  ScriptedPrompter prompter_;
+  std::unique_ptr<EmulatorServer> server_;
+  std::unique_ptr<AppDelegate> app_;
+  std::vector<int> progress_;
+};
+
+TEST_F(ToolsTab, OffsetsFeederConsoleAndMaintenance) {
+  Start("offset_front_x = 5\noffset_front_y = -3\noffset_back_x = 12\noffset_back_y = 7\nfeeder_mode = 1");
+  QLineEdit* const fields[] = {ui().leFrontX, ui().leFrontY, ui().leBackX, ui().leBackY};
+  const char* typed[] = {"7", "x", "", "-1"};  // what is no number goes out as 0
+  std::string read;
+  for (int i = 0; i < 4; ++i) read += fields[i]->text().toStdString() + " ", fields[i]->setText(typed[i]);
+  EXPECT_EQ(read, "5 -3 12 7 ");
+  EXPECT_EQ(app_->pOffset, (std::array<int, 4>{5, -3, 12, 7}));
+  prompter_.answers = {1};
+  ui().SetoffsetBtn->click();  // answered No
+  EXPECT_EQ(server_->Engine().State().offsetFrontX, 5);
+  ui().SetoffsetBtn->click();
+  const PrinterProfile state = server_->Engine().State();
+  EXPECT_EQ((std::array<int, 4>{state.offsetFrontX, state.offsetFrontY, state.offsetBackX, state.offsetBackY}),
+            (std::array<int, 4>{7, 0, 0, -1}));
+  EXPECT_EQ(app_->pOffset, (std::array<int, 4>{5, -3, 12, 7}));  // still what was read
+
+  // Apply is on only while the list differs from the printer's mode (1, then 2 once applied).
+  std::string applyOn;
+  for (int index : {1, 2, 1, 2, -1, 2, 0}) {  // -1: press Apply
+    index < 0 ? ui().PrinterFeedOptionApplyBtn->click() : ui().FeederOption->SelectItemAtIndex(index);
+    applyOn += ui().PrinterFeedOptionApplyBtn->isEnabled() ? '+' : '-';
+  }
+  EXPECT_EQ(applyOn, "-+-+--+");
+
+  std::vector<std::array<int, 3>> cards;  // kind, ribbon index, both sides
+  auto result = TestCardPrinter::Result::kPrinted;
+  app_->Tools().SetTestCardPrint([&](int kind, int ribbon, bool dual) {
+    return cards.push_back({kind, ribbon, dual}), result;
+  });
+  auto execute = [this](const char* line) {
+    return ui().cmdTextField->setText(line), ui().ExecuteBtn->click(), Status();
+  };
+  EXPECT_EQ(execute("+O"), "7\r");
+  EXPECT_EQ(execute(""), "7\r");  // nothing sent: the line keeps what it showed
+  EXPECT_EQ(execute("A 1"), "<ACK>");
+  ui().PrintTestCardcombo->SelectItemAtIndex(2);
+  ui().PrintTestCardBtn->click();
+  EXPECT_EQ(cards, (std::vector<std::array<int, 3>>{{1, 0, 1}, {2, 0, 1}}));
+  result = TestCardPrinter::Result::kUnknownQueue;
+  execute("A 0");
+  EXPECT_EQ(prompter_.prompts.at(3).message, "The printer Card is not known to the print system.");
+
+  ui().EjectCardBtn->click();
+  ui().cleaningcombobox->SelectItemAtIndex(1);
+  ui().cleanBtn->click();
+  const std::vector<std::string> commands = server_->Engine().Commands();
+  EXPECT_EQ(std::vector<std::string>(commands.end() - 2, commands.end()), (std::vector<std::string>{"MO", "MCLEAN"}));
+  // The reset empties the result line before its notice.
+  prompter_.onPrompt = [this](const Prompter::Prompt&) { EXPECT_EQ(Status(), ""); };
+  execute("R");
+  EXPECT_EQ(prompter_.prompts.size(), 6u);
+}
+
+TEST_F(ToolsTab, FilesAreChosenAndSentWithTheProgressBar) {
+  Start("");
+  ui().lePRNFilePath->setText("typed by hand");
+  app_->Tools().PRNSendBtnClicked();
+  EXPECT_EQ(prompter_.prompts.at(0).message, "Please choose a prn file to  Print");
+  EXPECT_EQ(ui().lePRNFilePath->text(), "");
+  Choose(ui().PRNSelectBtn, "card.prn", std::string(8192, 'p'));
+  Choose(ui().PRNSelectBtn, "");  // cancelled: nothing changes
+  EXPECT_EQ(prompter_.openPanels.at(0).types, (std::vector<std::string>{"prn", "PRN"}));
+  EXPECT_EQ(ui().lePRNFilePath->text().toStdString(), root_ + "/card.prn");
+  ASSERT_TRUE(ui().prnSendBtn->isEnabled());
+  ui().prnSendBtn->click();
+  EXPECT_EQ(progress_, (std::vector<int>{500, 1000}));  // per mille of the file
+  EXPECT_EQ(ui().SendProgress->format(), "8192 of 8192 bytes");
+  EXPECT_TRUE(ui().SendProgress->isHidden());
+  EXPECT_FALSE(ui().prnSendBtn->isEnabled());  // each file goes once
+
+  const std::string firmware = std::string(14, '\x01') + "\x12\xff" + std::string(9984, '\x01');  // printer F/W, 0x12
+  auto labels = [this] { return (ui().lblFirmwareType->text() + " " + ui().lblCheckSum->text()).toStdString(); };
+  Choose(ui().SelectFileBtn, "fw.bin", firmware);
+  EXPECT_EQ(labels(), "Printer F/W 0x12FF");
+  EXPECT_EQ(prompter_.openPanels.at(2).types, (std::vector<std::string>{"bin", "BIN"}));
+  EXPECT_EQ(ui().FrmwareFileLoc->text().toStdString(), root_ + "/fw.bin");
+  Choose(ui().SelectFileBtn, "gone.bin");
+  EXPECT_EQ(labels(), "Printer F/W 0x12FF");  // cannot be opened: left as they were
+  Choose(ui().SelectFileBtn, "bad.bin", std::string(400, 'x'));
+  EXPECT_EQ(labels(), " ");
+  EXPECT_EQ(app_->FirmwareFile, "");
+  EXPECT_TRUE(ui().FWDownloadBtn->isEnabled());  // the download then finds no file
+  Choose(ui().SelectFileBtn, "fw.bin", firmware);
+  progress_.clear();
+  ui().FWDownloadBtn->click();
+  EXPECT_EQ(progress_, (std::vector<int>{0, 409, 819, 1000}));
+  EXPECT_EQ(Status(), "Firmware downloaded successfully...");
+  EXPECT_TRUE(ui().SendProgress->isHidden());
+  EXPECT_EQ(labels() + ui().FrmwareFileLoc->text().toStdString(), " ");
+}
+
+}  // namespace

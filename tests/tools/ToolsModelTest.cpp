@@ -1,0 +1,291 @@
+// The printer-tools models against the emulated printer: the bytes it
+// received (and the writes they came in), the prompts and waits, and the
+// session after the printer's reset.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include "DeviceSettings.h"
+#include "EncoderTestFixture.h"
+#include "FirmwareDownload.h"
+#include "Maintenance.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using encoder_test::kIcon;
+using encoder_test::WithReplyRequest;
+using Prompts = std::vector<Prompter::Prompt>;
+using Steps = std::vector<std::pair<long long, long long>>;  // progress: sent, total
+using Wait = RecordingWaits::Entry;
+using Kind = Maintenance::ConsoleOutcome::Kind;
+using Check = FirmwareDownload::Check;
+
+// A question or alert (with buttons), or a notice that closes itself after `seconds`.
+Prompter::Prompt Ask(const std::string& message, std::vector<std::string> buttons = {"Yes", "No"}, int seconds = 0,
+                     const std::string& icon = kIcon) {
+  const auto level = buttons.empty() ? Prompter::Level::kNote : Prompter::Level::kCaution;
+  return {"Orvex Printer Settings", message, buttons, level, icon, seconds};
+}
+
+// A transport that keeps every write as it went out, and lets the emulated
+// printer go through a reset before it connects again (a real printer has
+// the twenty seconds of the tool's notice).
+struct Wire : EthernetCommunication {
+  using EthernetCommunication::EthernetCommunication;
+  int SendDataToPrinter(const char* data, int length) override {
+    writes.emplace_back(data, static_cast<size_t>(length));
+    return EthernetCommunication::SendDataToPrinter(data, length);
+  }
+  int GetPrinterHandle() override {
+    for (int round = 0; server && round < 1000 && !server->Refusing(); ++round) std::this_thread::sleep_for(2ms);
+    for (int round = 0; server && round < 5000 && server->Refusing(); ++round) std::this_thread::sleep_for(2ms);
+    return EthernetCommunication::GetPrinterHandle();
+  }
+  std::vector<std::string> writes;
+  EmulatorServer* server = nullptr;
+};
+
+class ToolsModelTest : public encoder_test::EncoderTest {
+ protected:
+  ~ToolsModelTest() override { std::filesystem::remove_all(folder_); }
+
+  // The emulated printer with `extra` profile lines and a session through a Wire.
+  void Begin(const std::string& extra = {}) {
+    PrinterProfile profile;
+    std::string error;
+    ASSERT_TRUE(ParsePrinterProfile(extra, &profile, &error)) << error;
+    Start(profile);
+    auto wire = std::make_unique<Wire>("vkt3socket://127.0.0.1:" + std::to_string(server_->Port()) + "/", 1000ms);
+    wire_ = wire.get();
+    session_ = std::make_unique<DeviceCommunication>(encoder_test::kQueue, std::move(wire), 2);
+    wire_->server = server_.get();
+    Sent();
+  }
+  // Forgets the prompts, waits and writes so far; records each progress call from here.
+  std::function<void(long long, long long)> Track() {
+    prompter_.prompts.clear(), waits_.entries.clear(), wire_->writes.clear(), progress_.clear();
+    return [this](long long sent, long long total) { progress_.emplace_back(sent, total); };
+  }
+  ToolsContext Tools(bool withSession = true) { return {withSession ? session_.get() : nullptr, prompter_, kIcon}; }
+  // A file of `bytes` in the test's folder; size -1: a path with no file.
+  std::string File(const std::string& bytes, int size = 0) {
+    std::filesystem::create_directories(folder_);
+    const std::string path = folder_ + "/" + std::to_string(files_++);
+    if (size >= 0) std::ofstream(path, std::ios::binary) << bytes;
+    return path;
+  }
+
+  const std::string folder_ = testing::TempDir() + "vkt-tools-" + std::to_string(getpid());
+  int files_ = 0;
+  Wire* wire_ = nullptr;  // owned by the session
+  Steps progress_;
+};
+
+TEST_F(ToolsModelTest, ConsoleLinesAndTheReset) {
+  // clang-format off
+  struct Case { std::string line; bool session; Kind kind; int card; std::string status; bool sent; };
+  const std::string longest(45, 'X');
+  const Case cases[] = {
+      {"A 0", true, Kind::kTestCard, 0, "<ACK>", false},  // the tool's own shortcuts never reach the printer
+      {"A 1", true, Kind::kTestCard, 1, "<ACK>", false},
+      {"A 2", false, Kind::kTestCard, 2, "<ACK>", false},
+      {"", true, Kind::kEmpty, -1, "", false},
+      {"a 1", true, Kind::kReplied, -1, "<NACK>", true},  // unknown: NAK, which the session empties
+      {"MO", true, Kind::kReplied, -1, "<ACK>", true},
+      {"+O", true, Kind::kReplied, -1, "12\r", true},  // as received, terminator and all
+      {"+EC", true, Kind::kReplied, -1, "\x06OK\r", true},  // longer than an ACK
+      {"ZZ", true, Kind::kNoReply, -1, "", true},
+      {longest, true, Kind::kReplied, -1, "<NACK>", true},
+      {longest + "Y", true, Kind::kTooLong, -1, "", false},
+      {"MO", false, Kind::kNoSession, -1, "", false},
+  };
+  // clang-format on
+  Begin("offset_front_x = 12\nreply +EC = \\x06OK\\r\nsilent ZZ\nfeeder_mode = 2");
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.line);
+    prompter_.prompts.clear();
+    const Maintenance::ConsoleOutcome outcome = Maintenance(Tools(c.session)).ExecuteConsoleLine(c.line);
+    EXPECT_EQ(outcome.kind, c.kind);
+    EXPECT_EQ(outcome.testCard, c.card);
+    EXPECT_EQ(outcome.status, c.status);
+    EXPECT_EQ(Sent(), c.sent ? WithReplyRequest(c.line) : "");
+    const Prompts tooLong{Ask("The command is too long: a printer command can hold at most 45 characters.", {"Ok"})};
+    EXPECT_EQ(prompter_.prompts, c.kind == Kind::kTooLong ? tooLong : Prompts{});
+  }
+  // "R" resets the printer: a notice, a pause, then the session connects again.
+  Track();
+  EXPECT_EQ(Maintenance(Tools()).ExecuteConsoleLine("R").kind, Kind::kReset);
+  EXPECT_EQ(wire_->writes, std::vector<std::string>{"\x1bR\r"});  // no reply request
+  EXPECT_EQ(prompter_.prompts, Prompts{Ask("\nPlease wait while printer is resetting.", {}, 20, "")});
+  EXPECT_EQ(waits_.entries, (std::vector<Wait>{{Wait::kSleep, 8s}, {Wait::kSleep, 300us}}));
+  EXPECT_EQ(session_->GetFeederStatus(), 2);  // on the new connection
+}
+
+TEST_F(ToolsModelTest, EjectAndCleaning) {
+  constexpr int kEject = 9;
+  const Prompter::Prompt printer =
+      Ask("\nPlease remove the ribbon and cards from the printer.Close the printer cover and lid then click YES.Follow "
+          "LCD instructions to continue with the cleaning process.");
+  const Prompter::Prompt head =
+      Ask("\nPlease remove the ribbon from the printer.Close the head of the printer.Press Clear button on the "
+          "printer.Then press YES");
+  // clang-format off
+  struct Case { int kind; int answer; bool session, result; Prompts prompts; std::string sent; };
+  const Case cases[] = {
+      {kEject, 0, true, true, {}, "\x1bMO\r"},  // the command alone
+      {0, 0, true, true, {printer}, "\033CLEAN\r"},
+      {1, 0, true, true, {head}, "\x1bMCLEAN\r"},
+      {0, 1, true, false, {printer}, ""},
+      {-1, 0, true, false, {}, ""},
+      {0, 0, false, false, {printer}, ""},
+  };
+  // clang-format on
+  Begin();
+  for (const Case& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    prompter_.prompts.clear();
+    prompter_.answers = {c.answer};
+    Maintenance maintenance(Tools(c.session));
+    EXPECT_EQ(c.kind == kEject ? (maintenance.EjectCard(), true) : maintenance.Clean(c.kind), c.result);
+    EXPECT_EQ(Sent(), c.sent);
+    EXPECT_EQ(prompter_.prompts, c.prompts);
+  }
+}
+
+// A firmware image of our own (or any file): a pattern with the markers at
+// 14 and 15 and the model tag at 277 (when the file is long enough).
+std::string FirmwareBytes(size_t size, int marker1, int marker2, const std::string& tag = "K100") {
+  std::string bytes(size, '\0');
+  for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 31 + 7) & 0xFF);
+  if (size > 15) bytes[14] = static_cast<char>(marker1), bytes[15] = static_cast<char>(marker2);
+  if (size >= 281) bytes.replace(277, 4, tag);
+  return bytes;
+}
+
+TEST_F(ToolsModelTest, PrnFilesGoOutAsTheyAreIn4096ByteBlocks) {
+  // clang-format off
+  struct Case { int size; bool session; long long result; std::vector<size_t> writes; Steps progress; };
+  const Case cases[] = {
+      {8192, true, 8192, {4096, 4096}, {{0, 8192}, {4096, 8192}, {8192, 8192}}},
+      {10000, true, 10000, {4096, 4096, 1808}, {{0, 10000}, {4096, 10000}, {8192, 10000}, {10000, 10000}}},
+      {0, true, 0, {}, {{0, 0}}},
+      {-1, true, -1, {}, {}},  // no such file
+      {10, false, -1, {}, {}},
+  };
+  // clang-format on
+  Begin();
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.size);
+    const std::string bytes = FirmwareBytes(std::max(c.size, 0), 1, 2);
+    EXPECT_EQ(Maintenance(Tools(c.session)).SendPRNFile(File(bytes, c.size), Track()), c.result);
+    EXPECT_EQ(progress_, c.progress);
+    std::vector<std::string> writes;  // the file's bytes as they are, cut in blocks
+    for (size_t at = 0, i = 0; i < c.writes.size(); at += c.writes[i++])
+      writes.push_back(bytes.substr(at, c.writes[i]));
+    EXPECT_EQ(wire_->writes, writes);
+  }
+}
+
+TEST_F(ToolsModelTest, FirmwareFilesTheirKindAndTheirDownload) {
+  // clang-format off
+  struct Case { std::string bytes; Check check; std::string type, checksum; };
+  const Case cases[] = {
+      {FirmwareBytes(600, 0x12, 0xFF), Check::kFirmware, "Printer F/W", "0x12FF"},
+      {FirmwareBytes(400, 0x00, 0xFF), Check::kFirmware, "Printer F/W", "0x0FF"},
+      {FirmwareBytes(100, 0x3A, 0xFF), Check::kFirmware, "Printer F/W", "0x3AFF"},  // too short for a tag
+      {FirmwareBytes(400, 0xFF, 0x05), Check::kFirmware, "Laminator F/W", "0x5FF"},
+      {FirmwareBytes(400, 0xFF, 0xFF, "L720"), Check::kFirmware, "Laminator F/W", "0xFFFF"},
+      {FirmwareBytes(400, 0x01, 0x3A, "L720"), Check::kFirmware, "Laminator F/W", "0x3AFF"},  // the tag decides
+      {FirmwareBytes(400, 0xFF, 0xFF), Check::kRejected, "", ""},
+      {FirmwareBytes(400, 0x12, 0x34), Check::kRejected, "", ""},
+      {FirmwareBytes(100, 0x12, 0x34), Check::kRejected, "", ""},
+      {"", Check::kUnreadable, "", ""},  // no such file
+  };
+  // clang-format on
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.checksum + " " + std::to_string(c.bytes.size()));
+    prompter_.prompts.clear();
+    FirmwareDownload::Details details;
+    EXPECT_EQ(FirmwareDownload(Tools(false)).Choose(File(c.bytes, c.bytes.empty() ? -1 : 0), &details), c.check);
+    EXPECT_EQ(details.type, c.type);
+    EXPECT_EQ(details.checksum, c.checksum);
+    const Prompts refusal{Ask("Incorrect firmware file.\nPlease select the correct firmware file.", {"Ok"})};
+    EXPECT_EQ(prompter_.prompts, c.check == Check::kRejected ? refusal : Prompts{});
+  }
+
+  // The download: ESC "DC " and the length, the body in 4096-byte blocks, FF CR; then the printer resets.
+  const std::string body = FirmwareBytes(10000, 0x12, 0xFF), trailer("\xff\r", 2);
+  // clang-format off
+  struct Download { std::string file; bool session; std::vector<std::string> writes; Steps progress; };
+  const Download downloads[] = {
+      {File(body), true, {std::string("\033DC \x00\x00\x27\x10", 8), body.substr(0, 4096), body.substr(4096, 4096), body.substr(8192), trailer},
+       {{0, 10000}, {4096, 10000}, {8192, 10000}, {10000, 10000}}},
+      {File(""), true, {std::string("\033DC \0\0\0\0", 8), trailer}, {{0, 0}}},
+      {File("", -1), true, {}, {}},
+      {File(body), false, {}, {}},
+  };
+  // clang-format on
+  Begin("feeder_mode = 1");
+  for (const Download& c : downloads) {
+    SCOPED_TRACE(c.writes.size());
+    std::vector<std::string> status;
+    const bool sent = !c.writes.empty();
+    auto onStatus = [&](const std::string& text) { status.push_back(text); };
+    EXPECT_EQ(FirmwareDownload(Tools(c.session)).Download(c.file, onStatus, Track()), sent);
+    EXPECT_EQ(wire_->writes, c.writes);
+    EXPECT_EQ(progress_, c.progress);
+    EXPECT_TRUE(sent || (status.empty() && prompter_.prompts.empty() && waits_.entries.empty()));
+    if (!sent) continue;
+    EXPECT_EQ(status,
+              (std::vector<std::string>{"Firmware downloading please wait...", "Firmware downloaded successfully..."}));
+    // A second for the status line to be drawn, seven for the printer to take the image, then the new connection.
+    EXPECT_EQ(waits_.entries, (std::vector<Wait>{{Wait::kEventLoop, 1s}, {Wait::kSleep, 7s}, {Wait::kSleep, 300us}}));
+    EXPECT_EQ(prompter_.prompts, Prompts{Ask("\nPlease wait until printer resets and initializes.", {}, 20, "")});
+    // The printer took the body, reset, and answers on the new connection.
+    EXPECT_EQ(server_->Engine().CapturedData().back(), c.writes.size() > 2 ? body : "");
+    EXPECT_EQ(session_->GetFeederStatus(), 1);
+  }
+  EXPECT_EQ(server_->Engine().ResetCount(), 2);
+}
+
+TEST_F(ToolsModelTest, OffsetsAndTheFeederMode) {
+  Begin("offset_front_x = 5\noffset_front_y = -3\noffset_back_x = 12\nreply +OYB = \\x20 7 \\x06\\r\nfeeder_mode = 1");
+  using Texts = std::array<std::string, 4>;
+  auto set = [](std::string text) {  // zero-padded to 50 bytes, then the reply request
+    text = "\033" + text + "\r";
+    return text.resize(50, '\0'), text + "\033E 2\r";
+  };
+  EXPECT_EQ(DeviceSettings(Tools()).ReadOffsets(), (Texts{"5", "-3", "12", "7"}));  // the numbers alone
+  EXPECT_EQ(Sent(),
+            WithReplyRequest("+O") + WithReplyRequest("+OY") + WithReplyRequest("+OB") + WithReplyRequest("+OYB"));
+  EXPECT_EQ(DeviceSettings(Tools(false)).ReadOffsets(), Texts{});
+  EXPECT_EQ(DeviceSettings::OffsetTextFromReply(std::nullopt), "");
+
+  prompter_.answers = {1, 0};
+  EXPECT_FALSE(DeviceSettings(Tools()).ConfirmOffsetChange());
+  EXPECT_TRUE(DeviceSettings(Tools()).ConfirmOffsetChange());
+  DeviceSettings(Tools()).SendOffsets({7, -8, 9, 31});
+  EXPECT_EQ(Sent(), set("+O 7") + set("+OY -8") + set("+OB 9") + set("+OYB 31"));
+  const PrinterProfile state = server_->Engine().State();
+  EXPECT_EQ((std::array<int, 4>{state.offsetFrontX, state.offsetFrontY, state.offsetBackX, state.offsetBackY}),
+            (std::array<int, 4>{7, -8, 9, 31}));
+
+  EXPECT_EQ(DeviceSettings(Tools()).FeederStatus(), 1);
+  EXPECT_EQ(DeviceSettings(Tools(false)).FeederStatus(), 0);
+  Sent();
+  DeviceSettings(Tools()).SetFeeder(2);
+  EXPECT_EQ(Sent(), WithReplyRequest("ATM 2"));
+  EXPECT_EQ(server_->Engine().State().feederMode, 2);
+  DeviceSettings(Tools(false)).SendOffsets({1, 2, 3, 4});
+  DeviceSettings(Tools(false)).SetFeeder(0);  // the notice all the same
+  EXPECT_EQ(Sent(), "");
+  const auto question = Ask("You are about to change the printer offset.Do you want to continue?");
+  const auto applying = Ask("\nApplying printer settings pease wait....", {}, 3);
+  EXPECT_EQ(prompter_.prompts, (Prompts{question, question, applying, applying}));
+}
+
+}  // namespace

@@ -72,6 +72,30 @@ void ReplaceAll(std::string& text, const std::string& from, const std::string& t
   text = std::move(out);
 }
 
+// Replaces every line that is exactly `from` (a CR before its line feed
+// aside) by `to`: a job-log keyword such as "*IPAddress:" must not match
+// inside another keyword's line ("*PrinterIPAddress: 192.168.1.20").
+void ReplaceLines(std::string& text, const std::string& from, const std::string& to) {
+  std::string out;
+  size_t start = 0;
+  while (start < text.size()) {
+    size_t end = text.find('\n', start);
+    end = end == std::string::npos ? text.size() : end + 1;
+    const size_t content = text.compare(start, from.size(), from) == 0 ? start + from.size() : std::string::npos;
+    const bool whole =
+        content != std::string::npos && (content == end || text.compare(content, end - content, "\n") == 0 ||
+                                         text.compare(content, end - content, "\r\n") == 0);
+    if (whole) {
+      out += to;
+      out.append(text, content, end - content);
+    } else {
+      out.append(text, start, end - start);
+    }
+    start = end;
+  }
+  text = std::move(out);
+}
+
 bool IsUtf8(const std::string& text) {
   const auto* s = reinterpret_cast<const unsigned char*>(text.data());
   const size_t n = text.size();
@@ -550,18 +574,19 @@ int PPDHelper::RestorePPDSettings(const std::vector<int>& values) {
 int PPDHelper::SaveJobLogSettings(const JobLog_& values) {
   std::optional<std::string> text = BeginSave();
   const auto& prefixes = JobLogLinePrefixes();
+  // Each field is the whole line of its own keyword.
+  const auto keyword = [&](int i) { return std::string(prefixes[i][0] == '*' ? "" : "*") + prefixes[i]; };
   for (int i = 0; i < JobLog_::kFlagCount; ++i) {
     const int32_t before = oldLogvalues.Flag(i), after = values.Flag(i);
     if (after != before && text)
-      ReplaceAll(*text, prefixes[i] + std::to_string(before), prefixes[i] + std::to_string(after));
+      ReplaceLines(*text, keyword(i) + std::to_string(before), keyword(i) + std::to_string(after));
   }
   for (int i = JobLog_::kFlagCount; i < JobLog_::kFieldCount; ++i) {
     // A text never read (nullopt) names no line: nothing to replace, and
     // nothing to write over a line that holds one.
     const auto& before = oldLogvalues.Text(i);
     const auto& after = values.Text(i);
-    if (before && after && *before != *after && text)
-      ReplaceAll(*text, prefixes[i] + *before, prefixes[i] + *after);
+    if (before && after && *before != *after && text) ReplaceLines(*text, keyword(i) + *before, keyword(i) + *after);
   }
   return FinishSave(text, true);
 }

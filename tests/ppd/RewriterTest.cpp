@@ -153,13 +153,22 @@ TEST_F(Rewriter, SaveRibbonTypeAndRestoreWriteAndCallEvenWhenUnchanged) {
 }
 
 TEST_F(Rewriter, JobLogSaveRewritesTheChangedFieldsAgainstTheOldValues) {
+  // Only whole lines of the field's own keyword change: the printer's address
+  // line, which holds "IPAddress: 1", and a comment naming a field stay.
+  original = With({{"*PrinterIPAddress: ", "192.168.1.20"}, {"*IPAddress: ", "1"}}) + "*% *EnableLog: 0\r\n";
+  WriteFile(ppdPath, original);
+  helper.InitPPD(ppdPath.string());
   JobLog_ values = helper.GetPPDJobLogDefaultValues();
   values.EnableLog = values.MTrack2 = 1;
+  values.IPAddress = 0;
   values.Separator = ";";
   values.FileName = "Cards.log";
   EXPECT_EQ(helper.SaveJobLogSettings(values), 1);
-  EXPECT_EQ(ReadFile(ppdPath),
-            With({{"*EnableLog: ", "1"}, {"*MTrack2: ", "1"}, {"*Separator:", ";"}, {"*FileName:", "Cards.log"}}));
+  EXPECT_EQ(ReadFile(ppdPath), With({{"*EnableLog: ", "1"},
+                                     {"*MTrack2: ", "1"},
+                                     {"*IPAddress: ", "0"},
+                                     {"*Separator:", ";"},
+                                     {"*FileName:", "Cards.log"}}));
   EXPECT_THAT(service->Requests(), ElementsAre(request));
   // oldLogvalues is not updated by the save.
   EXPECT_EQ(helper.oldLogvalues.EnableLog, 0);

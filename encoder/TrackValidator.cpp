@@ -31,11 +31,13 @@ int TrackValidator::AcceptedLength(std::u16string_view text, const char* pattern
   if (U_FAILURE(status) || !matcher) return 0;
 
   for (size_t i = 0; i < text.size(); ++i) {
-    // Only the low byte of the character is judged, read as a Latin-1
-    // character: U+0141 passes as "A", U+0100 is judged as NUL and refused.
-    const icu::UnicodeString one(static_cast<UChar>(static_cast<unsigned char>(text[i] & 0xFF)));
-    matcher->reset(one);
-    if (!matcher->find()) return static_cast<int>(i);
+    // Each character on its own must be the whole match: a line break is
+    // refused like any other character outside the set (an anchored search
+    // would take "$" before a final line break), and so is a character
+    // beyond Latin-1, which the stripe could only hold as "?".
+    if (text[i] > 0xFF) return static_cast<int>(i);
+    matcher->reset(icu::UnicodeString(static_cast<UChar>(text[i])));
+    if (!matcher->matches(status) || U_FAILURE(status)) return static_cast<int>(i);
   }
   return static_cast<int>(text.size());
 }

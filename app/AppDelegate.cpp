@@ -252,9 +252,10 @@ void AppDelegate::redirectLogToDocuments() {
 
 std::string AppDelegate::OperatingSystemVersion() const {
   auto release = ReadOsRelease(seams_.osReleasePath);
-  std::string name = release.count("PRETTY_NAME") ? release["PRETTY_NAME"] : release["NAME"];
-  if (name.empty()) name = "Linux";
-  std::string version = release["VERSION"];
+  // The pretty name already holds the version ("Debian GNU/Linux 12 (bookworm)").
+  if (!release["PRETTY_NAME"].empty()) return release["PRETTY_NAME"];
+  const std::string name = release["NAME"].empty() ? "Linux" : release["NAME"];
+  const std::string version = release["VERSION"];
   return version.empty() ? name : name + " Version " + version;
 }
 

@@ -33,8 +33,9 @@ bool SaveScreenshot(QMainWindow* window, const QString& path) {
 int main(int argc, char** argv) {
   NeverAskForCupsPassword();
   QApplication app(argc, argv);
+  // No display name: Qt would append it to every title bar ("Card Printer
+  // Properties — ..."), and the titles are the tool's own. The desktop file names the program.
   QApplication::setApplicationName("vkts3-properties");
-  QApplication::setApplicationDisplayName("VKT Printer Properties");
   QApplication::setWindowIcon(QIcon(":/images/Orvex_Logo_Stacked_K.png"));
 
   QCommandLineParser parser;

@@ -170,9 +170,20 @@ TEST_F(StartupTest, AnOfflinePrinterLeavesOnlyAboutWithTheVersions) {
   EXPECT_EQ(
       ui().txtVersionInfo->text(),
       "Orvex VKT Series 3/1 CardPrinter\n\nVersion QR7HM.1.00.02 (dt. Apr 15 2016)\n\nPrinter Properties for Linux");
-  EXPECT_EQ(ui().lblMacOSXVersionTxt->text(), "Debian GNU/Linux 12 (bookworm) Version 12 (bookworm)");
+  EXPECT_EQ(ui().lblMacOSXVersionTxt->text(), "Debian GNU/Linux 12 (bookworm)");
   EXPECT_EQ(Facts().substr(0, 9), "|||||||||");
   EXPECT_EQ(app_->objPPDHelper(), nullptr);
+
+  // The operating system's version: its pretty name once, else its name and version.
+  for (const auto& [release, shown] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"NAME=\"Fedora Linux\"\nVERSION=\"40 (Workstation Edition)\"\n",
+            "Fedora Linux Version 40 (Workstation Edition)"},
+           {"NAME=Arch\n", "Arch"},
+           {"", "Linux"}}) {
+    std::ofstream(Root() + "/os-release") << release;
+    ASSERT_EQ(StartWithout(std::make_unique<DeadTransport>()), Result::kOffline);
+    EXPECT_EQ(ui().lblMacOSXVersionTxt->text().toStdString(), shown);
+  }
 
   // The alert closed without OK: start-up goes on to the lists.
   prompter_.answers = {Prompter::kNoButton};

@@ -24,8 +24,11 @@ PrinterLauncher::PrinterLauncher(Prompter& prompter, QWidget* parent)
   ui_->nsTableView->setSelectionBehavior(QAbstractItemView::SelectRows);
   ui_->nsTableView->setSelectionMode(QAbstractItemView::SingleSelection);
   ui_->nsTableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
-  ui_->nsTableView->setFocusPolicy(Qt::NoFocus);
+  // The table takes the keyboard: the arrow keys choose a row, Return selects it.
+  ui_->nsTableView->setFocusPolicy(Qt::StrongFocus);
+  ui_->nsTableView->setFocus();
   connect(ui_->nsTableView, &QTableWidget::itemSelectionChanged, this, [this] { tableViewSelectionDidChange(); });
+  connect(ui_->nsTableView, &QTableWidget::activated, this, [this] { OnClickSelectBtn(); });
   connect(ui_->selectbtn, &QPushButton::clicked, this, [this] { OnClickSelectBtn(); });
   connect(ui_->cancelbtn, &QPushButton::clicked, this, [this] { OnClickCancelButton(); });
   connect(ui_->refreshbtn, &QPushButton::clicked, this, [this] { OnClickRefreshBtn(); });
@@ -52,13 +55,13 @@ bool PrinterLauncher::IsSupportedScheme(const std::string& scheme) { return card
 void PrinterLauncher::ListAvailablePrinter() {
   PrinterName = card_queues::List();
   _content.clear();
-  if (PrinterName.empty()) return;
   for (size_t row = 0; row < PrinterName.size(); ++row) _content.push_back(StringPrintf("Item %ld", static_cast<long>(row)));
   ReloadTable();
 }
 
 void PrinterLauncher::ReloadTable() {
   QTableWidget* table = ui_->nsTableView;
+  table->clearSelection();  // a refreshed list has no row chosen
   table->clearContents();
   table->setRowCount(numberOfRowsInTableView());
   for (int row = 0; row < numberOfRowsInTableView(); ++row) {
@@ -85,8 +88,8 @@ void PrinterLauncher::ReloadTable() {
 }
 
 void PrinterLauncher::tableViewSelectionDidChange() {
-  if (ui_->nsTableView->selectionModel()->selectedRows().isEmpty()) return;
-  ui_->selectbtn->setEnabled(true);
+  // Select is offered only while a row is chosen (a refreshed list has none).
+  ui_->selectbtn->setEnabled(!ui_->nsTableView->selectionModel()->selectedRows().isEmpty());
 }
 
 void PrinterLauncher::OnClickSelectBtn() {

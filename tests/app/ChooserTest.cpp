@@ -10,6 +10,7 @@
 #include <QMainWindow>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QTest>
 #include <QTimer>
 #include <set>
 
@@ -82,10 +83,23 @@ TEST_F(ChooserTest, ListsTheSupportedQueuesInCupsOrderAndSelectsOnlyAChosenRow) 
   EXPECT_EQ(launcher.getcloseLauncher(), -1);
   launcher.ui().nsTableView->selectRow(RowOf(launcher, "VKTS31Socket"));
   EXPECT_TRUE(launcher.ui().selectbtn->isEnabled());
+  launcher.OnClickRefreshBtn();  // a refreshed list has no row chosen
+  EXPECT_FALSE(launcher.ui().selectbtn->isEnabled());
+  launcher.ui().nsTableView->selectRow(RowOf(launcher, "VKTS31Socket"));
   launcher.ui().selectbtn->click();
   EXPECT_EQ(launcher.getPrinterName(), "VKTS31Socket");
   EXPECT_EQ(launcher.result(), QDialog::Accepted);
   EXPECT_TRUE(prompter_.prompts.empty());
+
+  // Without a mouse: the table takes the keys, Down chooses the first row, Return selects it.
+  PrinterLauncher keyboard(prompter_);
+  QTableWidget* rows = keyboard.ui().nsTableView;
+  EXPECT_NE(rows->focusPolicy() & Qt::TabFocus, 0);
+  QTest::keyClick(rows, Qt::Key_Down);
+  EXPECT_TRUE(keyboard.ui().selectbtn->isEnabled());
+  QTest::keyClick(rows, Qt::Key_Return);
+  EXPECT_EQ(keyboard.getPrinterName(), expected[0]);
+  EXPECT_EQ(keyboard.result(), QDialog::Accepted);
 }
 
 TEST_F(ChooserTest, AQueuePrintingNowGetsTheBusyAlertAndTheChooserStaysOpen) {

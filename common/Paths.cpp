@@ -39,6 +39,6 @@ int PpdServicePort() {
   return 24671;
 }
 
-std::string JobLogFolder() { return WithSlash(EnvOr("VKT_JOBLOG_DIR", "/Library/Caches/VKTS3S1Log/")); }
+std::string JobLogFolder() { return WithSlash(EnvOr("VKT_JOBLOG_DIR", "/var/log/VKTS3S1Log/")); }
 
 }  // namespace vkt_paths

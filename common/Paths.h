@@ -22,8 +22,8 @@ std::string TemporaryDirectory();
 // Port of the privileged PPD service: $VKT_PPD_SERVICE_PORT, default 24671.
 int PpdServicePort();
 
-// The driver's job-log folder: $VKT_JOBLOG_DIR, default
-// "/Library/Caches/VKTS3S1Log/" (always ends in "/").
+// The driver's job-log folder, whose files "Delete log files" removes:
+// $VKT_JOBLOG_DIR, default "/var/log/VKTS3S1Log/" (always ends in "/").
 std::string JobLogFolder();
 
 }  // namespace vkt_paths

@@ -13,7 +13,7 @@ TEST(Paths, DefaultsAndEnvironmentOverrides) {
     unsetenv(name);
   EXPECT_EQ(vkt_paths::PpdPathForQueue("Card"), "/etc/cups/ppd/Card.ppd");
   EXPECT_EQ(vkt_paths::TemporaryDirectory(), "/tmp/");
-  EXPECT_EQ(vkt_paths::JobLogFolder(), "/Library/Caches/VKTS3S1Log/");
+  EXPECT_EQ(vkt_paths::JobLogFolder(), "/var/log/VKTS3S1Log/");
   setenv("CUPS_SERVERROOT", "/tmp/sb", 1);
   setenv("TMPDIR", "/var/tmp", 1);
   setenv("VKT_JOBLOG_DIR", "/var/log/cards", 1);

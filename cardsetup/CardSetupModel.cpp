@@ -155,8 +155,10 @@ void CardSetupModel::NotifyRibbonChange(const std::string& driverRibbon) {
   const std::string name = reported.value_or("(null)");
   const int ppdIndex = reported ? RibbonStringToPPDIndex(*reported) : 0;
   Select(TypeOfRibbon, PPDIndexToRibbonIndex(ppdIndex));
-  ApplySettingsBtn.SetEnabled(false);
   Select(MonoChromeConv, 0);
+  // A ribbon change the user has been told about can be saved with Apply,
+  // whatever the ribbon (Close would store it too).
+  ApplySettingsBtn.SetEnabled(true);
   if (prompter)
     prompter->Show(kRibbonAlertHeader, StringPrintf(kRibbonChanged, name.c_str()), {"OK"}, Prompter::Level::kNote,
                    context_.icon);

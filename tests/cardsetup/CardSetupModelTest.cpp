@@ -129,7 +129,7 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
        std::nullopt,
        {},
        "both [No|Yes]=Yes/on ribbon [19 items]=YMCKO 100 Prints/off " + colour + "=Front YMCO , Back K/on " +
-           fourMonos + "=Diffusion/on #0 half off/off apply off",
+           fourMonos + "=Diffusion/on #0 half off/off apply on",
        "Ribbon Changed to (null);"},
       {"monochrome stored and reported", "VKTS32.ppd", 0, "Monochrome", kMono2000Halftone,
        "both [No|Yes]=Yes/on ribbon [4 items]=High Capacity Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on " +
@@ -166,7 +166,7 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
        "KdO 500",
        {},
        "both [No|Yes]=Yes/on ribbon [19 items]=KdO 500 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back "
-       "KdO/on mono [None]=None/on #0 half off/off apply off",
+       "KdO/on mono [None]=None/on #0 half off/off apply on",
        "Ribbon Changed to KdO 500;"},
       {"stored KdO with a half panel",
        "VKTS32.ppd",

@@ -31,7 +31,13 @@ void Select(ListControl& list, int position) {
 }  // namespace
 
 // Both answers are offered from the start, with none chosen.
-CardSetupModel::CardSetupModel() { PrintOnBothside.AddItems({"No", "Yes"}); }
+CardSetupModel::CardSetupModel() {
+  PrintOnBothside.AddItems({"No", "Yes"});
+  ListControl* const tracked[kTrackedLists] = {&PrintOnBothside, &TypeOfRibbon, &RibbonCombinatioin,
+                                               &MonoChromeConv,  &Rotate,       &PrintingMode};
+  for (int list = 0; list < kTrackedLists; ++list)
+    tracked[list]->OnSelectionChange([this, list] { changed_[static_cast<size_t>(list)] |= !loading_; });
+}
 
 void CardSetupModel::RegisterListHandlers() {
   PrintOnBothside.OnSelectionChange([this] { CardSetup_PrintOnBothSide(); });
@@ -179,7 +185,9 @@ void CardSetupModel::RibbonCombinatioinGotFocus() {
 
 void CardSetupModel::LoadPPDDefaultValues() {
   PPDHelper* helper = context_.driverSettings;
+  changed_.fill(false);
   if (!helper) return;  // start-up went on without driver settings: nothing to show
+  loading_ = true;
   const std::array<int, 7> stored = helper->GetPPDDefaultValues();
   const int rotation = stored[0];
   int mono = stored[1];
@@ -201,15 +209,15 @@ void CardSetupModel::LoadPPDDefaultValues() {
 
   Select(PrintOnBothside, dualSide);
   Select(PrintingMode, printingMode);
+  Select(Rotate, rotation);
+  // The combination first: choosing it rebuilds the monochrome list.
+  Select(RibbonCombinatioin, combinationPosition);
 
   // A stored 2 or 3 shown on the two-item "Barcode", "Text" list.
   const int monoItems = MonoChromeConv.NumberOfItems();
   if (mono >= monoItems) mono -= monoItems;
   Select(MonoChromeConv, mono);
   g_nMonoOption = mono;
-
-  Select(Rotate, rotation);
-  Select(RibbonCombinatioin, combinationPosition);
 
   bChangeMonoChromeConvIndex = false;
   // The ribbon follows the printer; a monochrome ribbon enables the list again.
@@ -223,6 +231,8 @@ void CardSetupModel::LoadPPDDefaultValues() {
     chBoxAutoDetect.SetChecked(true);
   }
 
+  // What the ribbon-change check selects is a change Apply writes.
+  loading_ = false;
   NotifyRibbonChange(TypeOfRibbon.ItemAt(ribbonPosition));
 }
 
@@ -286,15 +296,21 @@ int CardSetupModel::SaveSettings() {
   // Set even when the save fails: Close must not store the ribbon on its own then.
   bSettingSaved = true;
 
+  // A list nobody changed since loading keeps its stored line (-1 leaves a
+  // line alone): what was loaded is what Apply writes back, even where the
+  // list can only show it approximately (Diffusion stored for a combination
+  // that offers Barcode and Text).
+  const auto ifChanged = [this](TrackedList list, int value) { return changed_[list] ? value : -1; };
   PPDInformation values;
-  values.Rotation = Rotate.IndexOfSelectedItem();
-  const int monoPosition = MonoChromeConv.IndexOfSelectedItem();
-  values.PrintingMode = PrintingMode.IndexOfSelectedItem();
-  values.DualSide = PrintOnBothside.IndexOfSelectedItem();
-  values.RibbonType = ComboIndexToPPDRibbonIndex(TypeOfRibbon.ObjectValueOfSelectedItem());
+  values.Rotation = ifChanged(kRotation, Rotate.IndexOfSelectedItem());
+  values.PrintingMode = ifChanged(kMode, PrintingMode.IndexOfSelectedItem());
+  values.DualSide = ifChanged(kBothSides, PrintOnBothside.IndexOfSelectedItem());
+  values.RibbonType = ifChanged(kRibbon, ComboIndexToPPDRibbonIndex(TypeOfRibbon.ObjectValueOfSelectedItem()));
   values.AutoHalf = chBoxAutoDetect.IsChecked() ? 1 : 0;
-  values.RibbonCombination = ComboIndexToPPDRibbonCombiIndex(RibbonCombinatioin.ObjectValueOfSelectedItem());
-  values.MonoOption = RibbonCatalog::MonoOptionForDriver(monoPosition, values.RibbonCombination);
+  const int combination = ComboIndexToPPDRibbonCombiIndex(RibbonCombinatioin.ObjectValueOfSelectedItem());
+  values.RibbonCombination = ifChanged(kCombination, combination);
+  values.MonoOption =
+      ifChanged(kMono, RibbonCatalog::MonoOptionForDriver(MonoChromeConv.IndexOfSelectedItem(), combination));
 
   const CardSetupApplyExtras extras = context_.applyExtras ? context_.applyExtras() : CardSetupApplyExtras{};
   values.FrontX = extras.offsets[0];
@@ -316,6 +332,7 @@ int CardSetupModel::SaveSettings() {
   ApplySettingsBtn.SetEnabled(false);
   PPDHelper* helper = context_.driverSettings;
   const int result = helper ? helper->SavePPDInformation(values) : -1;
+  if (result > 0) changed_.fill(false);  // the file holds what the lists show
   if (result < 0) {
     if (context_.prompter)
       context_.prompter->Show(kSaveHeader, kSaveFailed, {"Ok"}, Prompter::Level::kStop, context_.icon);

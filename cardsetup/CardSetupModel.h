@@ -118,6 +118,12 @@ class CardSetupModel {
  private:
   bool TwoSided() const;
 
+  // The lists whose selection changed since the stored defaults were shown;
+  // Apply writes only these.
+  enum TrackedList { kBothSides, kRibbon, kCombination, kMono, kRotation, kMode, kTrackedLists };
+  std::array<bool, kTrackedLists> changed_{};
+  bool loading_ = false;
+
   CardSetupContext context_;
   RibbonCatalog catalog_;
 };

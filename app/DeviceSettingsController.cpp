@@ -37,20 +37,13 @@ void DeviceSettingsController::SetoffsetBtnClicked() {
   if (Model().ConfirmOffsetChange()) SendOffsetToPrinter();
 }
 
-void DeviceSettingsController::SendOffsetToPrinter() { SendOffsets(false); }
-
-void DeviceSettingsController::SetOffsetToPrinter() {
-  if (Model().ConfirmOffsetChange()) SendOffsets(true);
-}
-
-void DeviceSettingsController::SendOffsets(bool keep) {
+void DeviceSettingsController::SendOffsetToPrinter() {
   if (!app_.objDev()) return;
   Ui::MainWindow& ui = app_.ui();
   const std::array<QLineEdit*, 4> fields{ui.leFrontX, ui.leFrontY, ui.leBackX, ui.leBackY};
   std::array<int, 4> values{};
   for (size_t i = 0; i < fields.size(); ++i) values[i] = std::atoi(fields[i]->text().toStdString().c_str());
   Model().SendOffsets(values);
-  if (keep) app_.pOffset = values;
 }
 
 void DeviceSettingsController::SingleFeedComboBoxAction() {

@@ -18,8 +18,6 @@ class DeviceSettingsController {
   // Sends the four field values as set commands (also used after a settings
   // file is restored).
   void SendOffsetToPrinter();
-  // The same after the confirmation, also keeping the sent values in pOffset.
-  void SetOffsetToPrinter();
 
   // Feeder Apply is usable only while the chosen mode differs from the printer's.
   void SingleFeedComboBoxAction();
@@ -28,8 +26,6 @@ class DeviceSettingsController {
 
  private:
   DeviceSettings Model() const;
-  // Sends the four offsets; `keep` also stores each in pOffset.
-  void SendOffsets(bool keep);
 
   AppDelegate& app_;
 };

@@ -5,6 +5,7 @@
 
 #include <QCloseEvent>
 #include <QFile>
+#include <QFileInfo>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
@@ -65,8 +66,14 @@ void vkts3saverestore::windowDidLoad() {
 
 std::string vkts3saverestore::SaveFile(const std::string& title) {
   std::string path = host_->prompter().ChooseFileToSave({title, defaultDirectoryPath_, {"plist", "PLIST"}});
-  if (path.empty()) return path;
-  if (!ContainsIgnoringCase(path, ".plist")) path += ".plist";
+  if (path.empty() || ContainsIgnoringCase(path, ".plist")) return path;
+  // The panel asked about the name without ".plist"; an existing file of the
+  // real name is replaced only after the same question.
+  path += ".plist";
+  if (QFileInfo::exists(QString::fromStdString(path)) &&
+      host_->prompter().Show("", path + " already exists. Do you want to replace it?", {"Yes", "No"},
+                             Prompter::Level::kCaution) != 0)
+    return {};
   return path;
 }
 

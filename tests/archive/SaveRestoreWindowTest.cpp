@@ -71,6 +71,15 @@ TEST_F(SaveRestoreWindowTest, LabelFilePanelsAndTheShownFile) {
   EXPECT_EQ(prompter.savePanels.at(3).title, "Save Printer Setting");
   EXPECT_EQ(prompter.savePanels[3].directory, docs);
   EXPECT_EQ(prompter.savePanels[3].types, (std::vector<std::string>{"plist", "PLIST"}));
+  // An existing file of the real name is replaced only after a question.
+  std::ofstream(docs + "/old.plist") << "kept";
+  prompter.paths = {docs + "/old", docs + "/old"};
+  prompter.answers = {1, 0};
+  EXPECT_EQ(window->SaveFile("Save Printer Setting"), "");
+  EXPECT_EQ(window->SaveFile("Save Printer Setting"), docs + "/old.plist");
+  ASSERT_EQ(prompter.prompts.size(), 2u);
+  EXPECT_EQ(prompter.prompts[0].message, docs + "/old.plist already exists. Do you want to replace it?");
+  EXPECT_EQ(prompter.prompts[0].buttons, (std::vector<std::string>{"Yes", "No"}));
   // Open panels by kind; one second of event loop after each choice, none after a cancel.
   prompter.paths = {"/x/fw.bin", "/x/job.prn", "/x/s.plist", ""};
   EXPECT_EQ(vkts3saverestore::GetSelectedFilePath(prompter, 1), "/x/fw.bin");

@@ -104,9 +104,11 @@ int USBCommunication::GetPrinterHandle() {
     Waits::Current().Sleep(std::chrono::microseconds(500));
     std::string serial = getUSBDeviceSerialInfo(device);
     if (SerialMatches(serial, serialNumber_)) {
-      // Every match is opened in turn; the last one opened stays in use.
       OpenDevice(device);
       found = true;
+      // The first match that opens is kept: a later one (busy, say) must not
+      // cost the tool the device it holds.
+      if (device_ && interfaceNumber_ >= 0) break;
     }
   }
   return found ? 1 : -1;

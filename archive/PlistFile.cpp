@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -64,6 +65,153 @@ bool NestingWithin(plist_t root, int limit) {
   return true;
 }
 
+// A big-endian unsigned number of `width` bytes at `at`; false when it does
+// not lie wholly inside `bytes`.
+bool ReadUnsigned(const std::vector<char>& bytes, uint64_t at, uint64_t width, uint64_t& value) {
+  if (width == 0 || width > 8 || at > bytes.size() || bytes.size() - at < width) return false;
+  value = 0;
+  for (uint64_t i = 0; i < width; ++i) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
+  return true;
+}
+
+// The object table of a binary property list ("bplist00", a 32-byte
+// trailer naming the offset table), read only as far as the checks before
+// parsing need it.
+class BinaryObjects {
+ public:
+  explicit BinaryObjects(const std::vector<char>& bytes) : bytes_(bytes) {
+    const size_t size = bytes.size();
+    if (size < 8 + 32 || std::memcmp(bytes.data(), "bplist00", 8) != 0) return;
+    offsetSize_ = static_cast<unsigned char>(bytes[size - 26]);
+    refSize_ = static_cast<unsigned char>(bytes[size - 25]);
+    if (!ReadUnsigned(bytes, size - 24, 8, count_) || !ReadUnsigned(bytes, size - 16, 8, root_) ||
+        !ReadUnsigned(bytes, size - 8, 8, table_))
+      return;
+    valid_ = offsetSize_ >= 1 && offsetSize_ <= 8 && refSize_ >= 1 && refSize_ <= 8 && root_ < count_ &&
+             table_ <= size && count_ <= (size - table_) / offsetSize_;
+  }
+  bool Valid() const { return valid_; }
+  uint64_t Count() const { return count_; }
+  uint64_t Root() const { return root_; }
+
+  // The element count of the object whose marker byte is at `at` (the low
+  // four bits, or the integer object after them when they are all set);
+  // `at` is left on the first byte behind the count.
+  bool Size(uint64_t& at, uint64_t& size) const {
+    size = static_cast<unsigned char>(bytes_[at]) & 0x0F;
+    ++at;
+    if (size == 0x0F) {
+      if (at >= bytes_.size() || (static_cast<unsigned char>(bytes_[at]) & 0xF0) != 0x10) return false;
+      const uint64_t width = uint64_t{1} << (bytes_[at] & 0x0F);
+      if (!ReadUnsigned(bytes_, at + 1, width, size)) return false;
+      at += 1 + width;
+    }
+    return size <= bytes_.size();
+  }
+
+  // True for an ASCII or UTF-16 text object with a NUL character in it.
+  bool TextHoldsNul(uint64_t index) const {
+    uint64_t at = 0;
+    if (!ReadUnsigned(bytes_, table_ + index * offsetSize_, offsetSize_, at) || at >= bytes_.size()) return false;
+    const unsigned type = static_cast<unsigned char>(bytes_[at]) & 0xF0;
+    if (type != 0x50 && type != 0x60) return false;
+    uint64_t length = 0;
+    if (!Size(at, length)) return false;
+    const uint64_t unit = type == 0x60 ? 2 : 1;
+    for (uint64_t i = 0; i < length && at + (i + 1) * unit <= bytes_.size(); ++i) {
+      if (bytes_[at + i * unit] == 0 && (unit == 1 || bytes_[at + i * unit + 1] == 0)) return true;
+    }
+    return false;
+  }
+
+  // The objects an array, set or dictionary refers to (keys included);
+  // false for any other object or one that cannot be read. `nulInKey` is
+  // set for a dictionary with a key that holds a NUL.
+  bool Children(uint64_t index, std::vector<uint64_t>& children, bool& nulInKey) const {
+    children.clear();
+    uint64_t at = 0;
+    if (!ReadUnsigned(bytes_, table_ + index * offsetSize_, offsetSize_, at) || at >= bytes_.size()) return false;
+    const unsigned char marker = static_cast<unsigned char>(bytes_[at]);
+    const unsigned type = marker & 0xF0;
+    if (type != 0xA0 && type != 0xC0 && type != 0xD0) return false;
+    uint64_t size = 0;
+    if (!Size(at, size)) return false;
+    const uint64_t refs = type == 0xD0 ? 2 * size : size;
+    for (uint64_t i = 0; i < refs; ++i) {
+      uint64_t ref = 0;
+      if (!ReadUnsigned(bytes_, at + i * refSize_, refSize_, ref)) break;
+      if (ref >= count_) continue;
+      children.push_back(ref);
+      if (type == 0xD0 && i < size && TextHoldsNul(ref)) nulInKey = true;
+    }
+    return true;
+  }
+
+ private:
+  const std::vector<char>& bytes_;
+  unsigned offsetSize_ = 0;
+  unsigned refSize_ = 0;
+  uint64_t count_ = 0;
+  uint64_t root_ = 0;
+  uint64_t table_ = 0;
+  bool valid_ = false;
+};
+
+// What the bytes of a binary property list show before libplist parses
+// them. libplist parses binary lists recursively, once per level, so a file
+// nesting tens of thousands of arrays would overflow the stack before the
+// tree could be checked; and it aborts the program on a dictionary key with
+// a NUL in it. Anything that is no well-formed binary list is kFine here,
+// for libplist to refuse.
+enum class BinaryCheck { kFine, kTooDeep, kNulInKey };
+BinaryCheck CheckBinary(const std::vector<char>& bytes, int limit) {
+  BinaryObjects objects(bytes);
+  if (!objects.Valid()) return BinaryCheck::kFine;
+  enum : unsigned char { kUnseen, kOpen, kDone };
+  std::vector<unsigned char> state(objects.Count(), kUnseen);
+  std::vector<int> height(objects.Count(), 0);  // containers on the longest chain from an object down
+  struct Frame {
+    uint64_t index;
+    std::vector<uint64_t> children;
+    size_t next = 0;
+    int deepest = 0;
+  };
+  bool nulInKey = false;
+  std::vector<Frame> stack(1);
+  stack[0].index = objects.Root();
+  if (!objects.Children(objects.Root(), stack[0].children, nulInKey)) return BinaryCheck::kFine;
+  state[objects.Root()] = kOpen;
+  while (!stack.empty()) {
+    if (nulInKey) return BinaryCheck::kNulInKey;
+    Frame& top = stack.back();
+    if (top.next == top.children.size()) {
+      const int own = top.deepest + 1;
+      state[top.index] = kDone;
+      height[top.index] = own;
+      stack.pop_back();
+      if (!stack.empty()) stack.back().deepest = std::max(stack.back().deepest, own);
+      continue;
+    }
+    const uint64_t child = top.children[top.next++];
+    if (state[child] == kDone) {
+      if (static_cast<int>(stack.size()) + height[child] > limit) return BinaryCheck::kTooDeep;
+      top.deepest = std::max(top.deepest, height[child]);
+      continue;
+    }
+    if (state[child] == kOpen) continue;  // a cycle: libplist refuses it
+    Frame frame;
+    frame.index = child;
+    if (!objects.Children(child, frame.children, nulInKey)) {
+      state[child] = kDone;
+      continue;
+    }
+    state[child] = kOpen;
+    stack.push_back(std::move(frame));
+    if (static_cast<int>(stack.size()) > limit) return BinaryCheck::kTooDeep;
+  }
+  return nulInKey ? BinaryCheck::kNulInKey : BinaryCheck::kFine;
+}
+
 }  // namespace
 
 PlistTree ReadDictionary(const std::string& path, std::string& error) {
@@ -91,6 +239,18 @@ PlistTree ReadDictionary(const std::string& path, std::string& error) {
   // The file may have grown between the size check and the read.
   if (bytes.size() > kMaxFileSize) {
     error = "The file " + path + " is larger than 1 MiB and is not a settings file.";
+    return nullptr;
+  }
+  // XML has no NUL character; libplist would keep one in a key or text and
+  // abort the program on it.
+  const bool binary = bytes.size() >= 8 && std::memcmp(bytes.data(), "bplist00", 8) == 0;
+  const BinaryCheck check = binary ? CheckBinary(bytes, kMaxNesting) : BinaryCheck::kFine;
+  if ((!binary && !bytes.empty() && std::memchr(bytes.data(), 0, bytes.size())) || check == BinaryCheck::kNulInKey) {
+    error = "The file " + path + " is not a property list.";
+    return nullptr;
+  }
+  if (check == BinaryCheck::kTooDeep) {
+    error = "The file " + path + " nests its values too deeply to be a settings file.";
     return nullptr;
   }
   plist_t raw = nullptr;
@@ -212,11 +372,12 @@ std::optional<std::string> TextValue(plist_t node) {
   if (!node) return std::nullopt;
   switch (plist_get_node_type(node)) {
     case PLIST_STRING: {
-      char* value = nullptr;
-      plist_get_string_val(node, &value);
-      std::string text = value ? value : "";
-      std::free(value);
-      return text;
+      // By its length: a UTF-16 text of a binary list may hold a NUL, on
+      // which plist_get_string_val aborts the program. The NUL stays, for
+      // the readers' control-character checks to see.
+      uint64_t length = 0;
+      const char* value = plist_get_string_ptr(node, &length);
+      return value ? std::string(value, length) : std::string();
     }
     case PLIST_UINT:
     case PLIST_REAL:

@@ -33,7 +33,16 @@ DeviceCommunication::DeviceCommunication(const std::string& printerName) : print
   // network, only this printer family's own socket scheme is.
   if (StartsWith(*uri, "dnssd")) return;
   if (StartsWith(*uri, "usb")) {
-    auto usb = std::make_unique<USBCommunication>(GetSerialNumberFromURI(*uri));
+    std::string serial;
+    try {
+      serial = GetSerialNumberFromURI(*uri);
+    } catch (const std::out_of_range&) {
+      // A USB queue without "?serial=..." names no printer: no transport, so
+      // start-up says it cannot go on instead of the program ending here.
+      VktLog("The device URI %s names no serial number", uri->c_str());
+      return;
+    }
+    auto usb = std::make_unique<USBCommunication>(serial);
     // A printer this user may not open would answer every query with
     // nothing: no transport instead, so start-up says it cannot go on.
     if (usb->AccessDenied() && usb->GetDeviceStatus() != 1) return;

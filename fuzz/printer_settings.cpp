@@ -1,0 +1,13 @@
+// A printer-settings file (XML or binary property list) as a restore reads it.
+#include <string>
+
+#include "FuzzSupport.h"
+#include "PrinterSettingsArchive.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string path =
+      fuzz::WriteScratchFile(std::string(reinterpret_cast<const char*>(data), size), "-printer.plist");
+  std::string error;
+  (void)printer_settings::Read(path, error);
+  return 0;
+}

@@ -171,9 +171,41 @@ TEST(ArchiveFormats, HostileFilesAreRefusedWithAReason) {
     for (int i = 0; i < levels; ++i) open += "<array>", close += "</array>";
     return "<plist><dict><key>VKTS3PrinterConfig</key>" + open + close + "</dict></plist>";
   };
+  // The same in binary form: a root dictionary whose one value is `levels`
+  // arrays, each holding the next (2-byte object references, 4-byte offsets).
+  auto binary = [](int levels) {
+    std::string out = "bplist00";
+    std::vector<uint32_t> offsets;
+    const auto be = [&out](uint64_t value, int bytes) {
+      for (int i = bytes - 1; i >= 0; --i) out += static_cast<char>((value >> (8 * i)) & 0xFF);
+    };
+    offsets.push_back(static_cast<uint32_t>(out.size()));
+    out += '\xD1';
+    be(1, 2);
+    be(2, 2);
+    offsets.push_back(static_cast<uint32_t>(out.size()));
+    out += std::string("\x5F\x10\x12", 3) + "VKTS3PrinterConfig";
+    for (int level = 0; level < levels; ++level) {
+      offsets.push_back(static_cast<uint32_t>(out.size()));
+      out += level + 1 < levels ? '\xA1' : '\xA0';
+      if (level + 1 < levels) be(static_cast<uint64_t>(level) + 3, 2);
+    }
+    const size_t table = out.size();
+    for (uint32_t offset : offsets) be(offset, 4);
+    out += std::string(6, '\0') + "\x04\x02";
+    be(offsets.size(), 8);
+    be(0, 8);
+    be(table, 8);
+    return out;
+  };
   const std::string head = "<?xml version=\"1.0\"?><plist>";
   const std::pair<std::string, const char*> cases[] = {
       {nested(20000), "nests its values too deeply"},
+      {binary(100000), "nests its values too deeply"},
+      {binary(16), "nests its values too deeply"},
+      {binary(15), "not as a dictionary"},
+      {head + "<dict><key>VKTS3PrinterConfig</key><string>a" + std::string(1, '\0') + "b</string></dict></plist>",
+       "is not a property list"},
       {nested(16), "nests its values too deeply"},
       {nested(15), "not as a dictionary"},
       {"", "is not a property list"},

@@ -2,6 +2,7 @@
 #include "DriverSettingsTransfer.h"
 
 #include "Log.h"
+#include "PpdTextValues.h"
 
 namespace driver_settings {
 
@@ -26,6 +27,19 @@ int Restore(PPDHelper& helper, const std::string& path, Prompter& prompter) {
     VktLog("%s", error.c_str());
     prompter.Show(kArchiveTitle, error + " The driver settings were not changed.", {"OK"}, Prompter::Level::kStop);
     return 0;
+  }
+  // Every value is checked before anything is written, so the restore
+  // applies whole or not at all: a job-log text the PPD service would refuse
+  // stops it here, before the four options are rewritten.
+  const auto& prefixes = PPDHelper::JobLogLinePrefixes();
+  for (int i = JobLog_::kFlagCount; i < JobLog_::kFieldCount; ++i) {
+    const std::optional<std::string>& text = file->JobLog.Text(i);
+    std::string keyword = prefixes[i];
+    std::erase_if(keyword, [](char c) { return c == '*' || c == ':' || c == ' '; });
+    if (const auto problem = text ? ppd_text_values::Problem(keyword, *text) : std::nullopt) {
+      VktLog("%s: %s; nothing was restored", path.c_str(), problem->c_str());
+      return -1;
+    }
   }
   // Compared against the job-log values last read, or against an all-zero
   // record when there was none: then only flags that are on in the file and

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Log.h"
+#include "PpdTextValues.h"
 
 namespace {
 
@@ -53,12 +54,6 @@ bool IsModelOption(std::string_view keyword) {
     if (keyword.substr(0, prefix.size()) != prefix) continue;
     if (OneOf(keyword.substr(prefix.size()), kModelOptions)) return true;
   }
-  return false;
-}
-
-bool HasControlOrQuote(std::string_view value) {
-  for (unsigned char c : value)
-    if (c < 0x20 || c == 0x7F || c == '"') return true;
   return false;
 }
 
@@ -126,13 +121,7 @@ class LineJudge {
       if (!IsFormattedNumber(value)) return "the value of " + std::string(keyword) + " is not a number";
       return std::nullopt;
     }
-    if (OneOf(keyword, kTextAttributes)) {
-      if (value.size() > PpdEditCheck::kMaxValueBytes)
-        return "the value of " + std::string(keyword) + " is longer than 255 bytes";
-      if (HasControlOrQuote(value))
-        return "the value of " + std::string(keyword) + " holds a quote or a control character";
-      return std::nullopt;
-    }
+    if (OneOf(keyword, kTextAttributes)) return ppd_text_values::Problem(keyword, value);
     return "this line may not change";
   }
 

@@ -14,7 +14,4 @@ class PpdEditCheck {
   // nullopt when proposed may replace installed; otherwise the reason, a
   // short text naming the first offending line.
   static std::optional<std::string> FindForbiddenChange(std::string_view installed, std::string_view proposed);
-
-  // Longest value accepted for a printer or job-log attribute.
-  static constexpr size_t kMaxValueBytes = 255;
 };

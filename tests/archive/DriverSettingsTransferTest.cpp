@@ -86,6 +86,21 @@ TEST_F(DriverSettingsTransfer, UnusableFilesLeaveThePpdAndTellTheUser) {
                                              "driver settings were not changed.");
   EXPECT_EQ(prompter.prompts[1].buttons, std::vector<std::string>{"OK"});
   EXPECT_EQ(prompter.prompts[1].level, Prompter::Level::kStop);
+
+  // A job-log text the PPD service would refuse stops the whole restore
+  // before anything is written, the four options included.
+  for (const std::string& fileName : {std::string("a\"b.log"), std::string(256, 'x')}) {
+    SCOPED_TRACE(fileName.size());
+    driver_settings::DriverSettings settings;
+    settings.Rotate180 = 3;
+    settings.JobLog.FileName = fileName;
+    ASSERT_TRUE(driver_settings::Write(settings, Path("refused.plist"), error)) << error;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(driver_settings::Restore(helper, Path("refused.plist"), prompter), -1);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find(": the value of FileName "), std::string::npos);
+  }
+  EXPECT_TRUE(service.Requests().empty());
+  EXPECT_EQ(ReadFile(ppd), original);
 }
 
 }  // namespace

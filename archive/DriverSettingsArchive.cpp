@@ -43,7 +43,7 @@ std::string ToXml(const DriverSettings& settings) {
   config.Set("Mono_Conversion", IntegerNode(settings.MonoConversion));
   config.Set("Printing_Mode", IntegerNode(settings.PrintingMode));
   for (const auto& [key, index] : kFlagKeys) config.Set(key, IntegerNode(settings.JobLog.Flag(index)));
-  for (const auto& [key, index] : kTextKeys) config.Set(key, PList::String(settings.JobLog.Text(index).value_or("")));
+  for (const auto& [key, index] : kTextKeys) config.Set(key, plist_file::TextNode(settings.JobLog.Text(index).value_or("")));
   PList::Dictionary root;
   root.Set("VKTS3PrinterConfig", config);
   return plist_file::ToXml(root);

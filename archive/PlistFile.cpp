@@ -253,6 +253,9 @@ PlistTree ReadDictionary(const std::string& path, std::string& error) {
     error = "The file " + path + " nests its values too deeply to be a settings file.";
     return nullptr;
   }
+  // A UTF-8 byte-order mark before the XML is no part of it.
+  if (bytes.size() >= 3 && std::memcmp(bytes.data(), "\xEF\xBB\xBF", 3) == 0)
+    bytes.erase(bytes.begin(), bytes.begin() + 3);
   plist_t raw = nullptr;
   if (!bytes.empty()) plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &raw);
   PlistTree root(raw);
@@ -272,6 +275,37 @@ PlistTree ReadDictionary(const std::string& path, std::string& error) {
 }
 
 std::string ToXml(const PList::Dictionary& root) { return root.ToXml(); }
+
+std::string Printable(const std::string& text) {
+  std::string out;
+  const auto* s = reinterpret_cast<const unsigned char*>(text.data());
+  const size_t n = text.size();
+  for (size_t i = 0; i < n;) {
+    const unsigned char c = s[i];
+    if (c < 0x80) {
+      if (c >= 0x20 && c != 0x7F) out += static_cast<char>(c);
+      ++i;
+      continue;
+    }
+    // A whole, shortest-form UTF-8 sequence is kept; any other byte goes.
+    const size_t length = c >= 0xC2 && c <= 0xDF ? 2 : c >= 0xE0 && c <= 0xEF ? 3 : c >= 0xF0 && c <= 0xF4 ? 4 : 0;
+    bool whole = length != 0 && i + length <= n;
+    for (size_t k = 1; whole && k < length; ++k) whole = (s[i + k] & 0xC0) == 0x80;
+    if (whole && length == 3) {
+      const unsigned code = ((c & 0x0Fu) << 12) | ((s[i + 1] & 0x3Fu) << 6);
+      whole = code >= 0x800 && (code < 0xD800 || code > 0xDFFF);
+    }
+    if (whole && length == 4) {
+      const unsigned code = ((c & 0x07u) << 18) | ((s[i + 1] & 0x3Fu) << 12);
+      whole = code >= 0x10000 && code <= 0x10FFFF;
+    }
+    if (whole) out.append(text, i, length);
+    i += whole ? length : 1;
+  }
+  return out;
+}
+
+PList::String TextNode(const std::string& text) { return PList::String(Printable(text)); }
 
 bool WriteAtomically(const std::string& path, const std::string& data, std::string& error) {
   namespace fs = std::filesystem;

@@ -35,6 +35,13 @@ PlistTree ReadDictionary(const std::string& path, std::string& error);
 // The XML form of `root`.
 std::string ToXml(const PList::Dictionary& root);
 
+// `text` as a property-list reader accepts it: control bytes (a printer's
+// terminator or NAK in a serial number) and bytes that are no part of a
+// UTF-8 character are left out.
+std::string Printable(const std::string& text);
+// A string node of Printable(text): what every text of the archives is written as.
+PList::String TextNode(const std::string& text);
+
 // Writes `data` to `path` through a temporary file in the same folder and a
 // rename, so a reader never sees half a file. False with a reason on failure;
 // an existing file at `path` is then left as it was.

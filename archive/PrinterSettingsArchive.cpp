@@ -42,13 +42,13 @@ MagneticEncodingEntry ReadMagneticEncoding(plist_t encoding) {
 
 std::string ToXml(const PrinterSettings& settings) {
   PList::Dictionary offset;
-  offset.Set("Front_X_Offset", PList::String(settings.FrontXOffset));
-  offset.Set("Front_Y_Offset", PList::String(settings.FrontYOffset));
-  offset.Set("Back_X_Offset", PList::String(settings.BackXOffset));
-  offset.Set("Back_Y_Offset", PList::String(settings.BackYOffset));
+  offset.Set("Front_X_Offset", plist_file::TextNode(settings.FrontXOffset));
+  offset.Set("Front_Y_Offset", plist_file::TextNode(settings.FrontYOffset));
+  offset.Set("Back_X_Offset", plist_file::TextNode(settings.BackXOffset));
+  offset.Set("Back_Y_Offset", plist_file::TextNode(settings.BackYOffset));
 
   PList::Dictionary encoding;
-  encoding.Set("Coercivity", PList::String(settings.Coercivity));
+  encoding.Set("Coercivity", plist_file::TextNode(settings.Coercivity));
   for (int i = 0; i < 3; ++i) {
     PList::Dictionary track;
     track.Set("Mode", IntegerNode(settings.Tracks[i].Mode));
@@ -63,7 +63,7 @@ std::string ToXml(const PrinterSettings& settings) {
 
   PList::Dictionary root;
   root.Set("PrinterConfig", config);
-  root.Set("Serial_no", PList::String(settings.SerialNo));
+  root.Set("Serial_no", plist_file::TextNode(settings.SerialNo));
   return plist_file::ToXml(root);
 }
 

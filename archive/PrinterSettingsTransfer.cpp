@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "Log.h"
+#include "PlistFile.h"
 
 namespace printer_settings {
 
@@ -56,7 +57,8 @@ RestoreResult Restore(const std::string& path, Controls& controls, Prompter& pro
     return RestoreResult::kUnreadable;
   }
   if (file->Empty || !file->SerialNo) return RestoreResult::kNoSerial;
-  if (*file->SerialNo != controls.serialNo &&
+  // Compared as saved: the printer's terminator after the number is never written.
+  if (plist_file::Printable(*file->SerialNo) != plist_file::Printable(controls.serialNo) &&
       prompter.Show(kMismatchTitle, kMismatchQuestion, {"Ok", "Cancel"}, Prompter::Level::kCaution, icon) != 0)
     return RestoreResult::kDeclined;
   for (const ConfigEntry& entry : file->PrinterConfig) {

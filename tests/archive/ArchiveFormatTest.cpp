@@ -85,7 +85,7 @@ TEST(ArchiveFormats, WrittenFilesLoadInPlistlibWithExactKeysAndTypes) {
   ScratchDir dir;
   const std::string printer = (dir.path() / "printer.plist").string(), driver = (dir.path() / "driver.plist").string();
   printer_settings::PrinterSettings settings{
-      "-12", "7", "0", "+3", 1, "High Coercivity", {{{0, 1}, {2, 0}, {1, 1}}}, "VKT3200001"};
+      "-12", "7\xff", "0", "+3\t", 1, "High Coercivity", {{{0, 1}, {2, 0}, {1, 1}}}, "VKT3200001\r\x15"};
   std::ofstream(printer) << std::string(5000, 'x');  // replaced as a whole
   std::string error;
   ASSERT_TRUE(printer_settings::Write(settings, printer, error)) << error;
@@ -99,6 +99,13 @@ TEST(ArchiveFormats, WrittenFilesLoadInPlistlibWithExactKeysAndTypes) {
             "/PrinterConfig/MagneticEncoding/Track2: Mode=int:2 Density=int:0\n"
             "/PrinterConfig/MagneticEncoding/Track3: Mode=int:1 Density=int:1\n");
   EXPECT_EQ(ppd_test::ReadFile(printer).substr(0, 5), "<?xml");  // the XML form, not the binary one
+  // The printer's terminator and NAK after the serial number, a tab and a
+  // byte that is no UTF-8 were left out above; a byte-order mark is read past.
+  const std::string bom = (dir.path() / "bom.plist").string();
+  std::ofstream(bom) << "\xEF\xBB\xBF" << ppd_test::ReadFile(printer);
+  const auto withBom = printer_settings::Read(bom, error);
+  ASSERT_TRUE(withBom) << error;
+  EXPECT_EQ(withBom->SerialNo, "VKT3200001");
 
   driver_settings::DriverSettings values;
   values.PrintOnBothSides = 1;
@@ -106,14 +113,15 @@ TEST(ArchiveFormats, WrittenFilesLoadInPlistlibWithExactKeysAndTypes) {
   values.PrintingMode = 0;
   values.JobLog.EnableLog = values.JobLog.Date = values.JobLog.MTrack3 = 1;
   values.JobLog.Separator = ";";
-  values.JobLog.FileName = "Cards.log";  // StaticText never read: written as an empty text
+  values.JobLog.FileName = "Cards.log";
+  values.JobLog.StaticText = "Gr\xc3\xbc\xc3\x9f\xe2\x82";  // a whole character stays, half of one goes
   ASSERT_TRUE(driver_settings::Write(values, driver, error)) << error;
   EXPECT_EQ(RunPython(kDump, driver),
             ": VKTS3PrinterConfig\n/VKTS3PrinterConfig: Print_on_both_sides=int:1 Rotate180=int:-1 "
             "Mono_Conversion=int:2 Printing_Mode=int:0 LogEnabled=int:1 Create_Each_Day_Log=int:0 Time=int:0 "
             "Date=int:1 Printer_SerialNumber=int:0 IPAddress=int:0 User_Name=int:0 JobID=int:0 Mdata1=int:0 "
-            "Mdata2=int:0 Mdata3=int:1 Separator=str:';' FileName=str:'Cards.log' StaticText=str:''\n");
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 2);  // no temporary files
+            "Mdata2=int:0 Mdata3=int:1 Separator=str:';' FileName=str:'Cards.log' StaticText=str:'Grüß'\n");
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 3);  // no temporary files
   // A folder that does not exist: a reason, and nothing written.
   const std::string nowhere = (dir.path() / "no" / "such.plist").string();
   EXPECT_FALSE(printer_settings::Write(settings, nowhere, error));

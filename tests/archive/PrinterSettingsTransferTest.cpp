@@ -74,7 +74,7 @@ TEST(PrinterSettingsTransfer, RestoreSendsEachGroupInFileOrderAndAsksAboutOtherP
     if (!c.file.empty()) std::ofstream(path) << c.file;
     printer_settings::Controls controls;
     controls.offsets = {"1", "2", "3", "4"};
-    controls.serialNo = kSerial;
+    controls.serialNo = std::string(kSerial) + "\r";  // the label keeps the printer's terminator
     std::string actions;
     printer_settings::RestoreActions record{[&](const auto&) { actions += 'O'; }, [&](const auto&) { actions += 'F'; },
                                             [&](const auto&) { actions += 'E'; }};

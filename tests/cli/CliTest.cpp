@@ -232,17 +232,33 @@ TEST(Cli, PrinterSettingsSaveAndRestoreThroughThePrinter) {
   const std::string saved = std::string(::getenv("HOME")) + "/printer.plist";
   std::filesystem::remove(saved);
   ASSERT_EQ(Cli("offsets Card2 --set 5,-6,7,-8 --yes").status, 0);
+  ASSERT_EQ(Cli("encoder Card2 --set 't1-density=75 BPI' --set 'coercivity=Low Coercivity'").status, 0);
+  ASSERT_EQ(Cli("feeder Card2 --set single").status, 0);
   CliRun save = Cli("save-printer-settings Card2 " + saved);
   ASSERT_EQ(save.status, 0) << save.err;
   std::ifstream in(saved);
   std::string plist((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   EXPECT_NE(plist.find("<key>Back_Y_Offset</key>\n\t\t\t<string>-8</string>"), std::string::npos) << plist;
-  EXPECT_NE(plist.find("<key>Serial_no</key>\n\t<string>S32000001"), std::string::npos) << plist;
+  EXPECT_NE(plist.find("<key>Serial_no</key>\n\t<string>S32000001</string>"), std::string::npos) << plist;
+  EXPECT_NE(plist.find("<key>SingleFeed</key>\n\t\t<integer>1</integer>"), std::string::npos) << plist;
+  EXPECT_NE(plist.find("<string>Low Coercivity</string>\n\t\t\t<key>Track1</key>\n\t\t\t<dict>\n\t\t\t\t<key>"
+                       "Mode</key>\n\t\t\t\t<integer>0</integer>\n\t\t\t\t<key>Density</key>\n\t\t\t\t<integer>1</"
+                       "integer>"),
+            std::string::npos)
+      << plist;
+  ASSERT_EQ(Cli("encoder Card2 --set 't1-density=210 BPI' --set 'coercivity=High Coercivity'").status, 0);
+  ASSERT_EQ(Cli("feeder Card2 --set card").status, 0);
 
   ASSERT_EQ(Cli("offsets Card2 --set 0,0,0,0 --yes").status, 0);
   CliRun restore = Cli("restore-printer-settings Card2 " + saved);
   EXPECT_EQ(restore.status, 0) << restore.err;
   EXPECT_EQ(Cli("offsets Card2").out, "FrontX: 5\nFrontY: -6\nBackX: 7\nBackY: -8\n");
+  EXPECT_EQ(Cli("feeder Card2").out, "single (Single feeder slot)\n");
+  EXPECT_NE(Cli("encoder Card2")
+                .out.find("coercivity: Low Coercivity\nt1-mode: Track 1 format (alphanumeric)\nt1-density: 75 BPI\n"),
+            std::string::npos);
+  ASSERT_EQ(Cli("encoder Card2 --set 't1-density=210 BPI' --set 'coercivity=High Coercivity'").status, 0);
+  ASSERT_EQ(Cli("feeder Card2 --set card").status, 0);
 
   // The same file from another printer: declined without a terminal.
   plist.replace(plist.find("<string>S32000001"), 17, "<string>S32999999");

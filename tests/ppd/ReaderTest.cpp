@@ -98,8 +98,17 @@ TEST(FileHelpers, GetSaveDeleteAndTheTemporaryPath) {
   EXPECT_EQ(PPDHelper::SaveFileData("*PPD-Adobe: \"4.3\"\n*% caf\xC3\xA9\n", file), 0);
   EXPECT_EQ(PPDHelper::SaveFileData("short", file), 0);  // replaces, not appends
   EXPECT_EQ(PPDHelper::GetFileData(file), "short");
-  WriteFile(dir.path() / "latin1", "caf\xE9\n");
-  for (const std::string& bad : {(dir.path() / "latin1").string(), dir.path().string(), file + "x"})
+  // Only UTF-8 is read: characters of two, three and four bytes pass; a Latin-1
+  // byte, an overlong form, a surrogate, a code beyond U+10FFFF and a cut
+  // character do not.
+  const std::string utf8 = "caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x92\xB3\n";
+  WriteFile(dir.path() / "utf8", utf8);
+  EXPECT_EQ(PPDHelper::GetFileData((dir.path() / "utf8").string()), utf8);
+  for (const char* bytes : {"caf\xE9\n", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82"}) {
+    WriteFile(dir.path() / "bad", bytes);
+    EXPECT_EQ(PPDHelper::GetFileData((dir.path() / "bad").string()), std::nullopt) << bytes;
+  }
+  for (const std::string& bad : {dir.path().string(), file + "x"})
     EXPECT_EQ(PPDHelper::GetFileData(bad), std::nullopt) << bad;
   // Never written through a link, and a link is deleted, not its target.
   fs::create_symlink(file, link);
@@ -116,7 +125,7 @@ TEST(FileHelpers, GetSaveDeleteAndTheTemporaryPath) {
   PPDHelper::DeleteFile(file);
   EXPECT_THAT(GetCapturedStderr(), StartsWith("Error removing file at path: "));
   EXPECT_FALSE(fs::exists(file));
-  EXPECT_TRUE(fs::exists(dir.path() / "latin1"));
+  EXPECT_TRUE(fs::exists(dir.path() / "utf8"));
 
   // The user's temporary folder plus the PPD's name.
   PPDHelper helper;

@@ -6,6 +6,7 @@
 #include <QDesktopServices>
 #include <QDialog>
 #include <QDir>
+#include <QEvent>
 #include <QFile>
 #include <QFileInfo>
 #include <QLineEdit>
@@ -83,6 +84,7 @@ AppDelegate::AppDelegate(Prompter& prompter, Seams seams)
   encoding_ = std::make_unique<EncodingController>(*this);
   deviceSettings_ = std::make_unique<DeviceSettingsController>(*this);
   tools_ = std::make_unique<ToolsController>(*this);
+  window_->installEventFilter(this);
   if (!seams_.makeSession) {
     seams_.makeSession = [](const std::string& queue) { return std::make_unique<DeviceCommunication>(queue); };
   }
@@ -286,7 +288,24 @@ bool AppDelegate::applicationShouldTerminateAfterLastWindowClosed() {
   return true;
 }
 
+bool AppDelegate::DeferWhileDownloading(std::function<void()> close) {
+  if (!tools_ || !tools_->Busy()) return false;
+  tools_->WhenIdle(std::move(close));
+  return true;
+}
+
+bool AppDelegate::eventFilter(QObject* watched, QEvent* event) {
+  // The window's close box during a firmware download closes once it ends.
+  if (watched == window_.get() && event->type() == QEvent::Close &&
+      DeferWhileDownloading([this] { window_->close(); })) {
+    event->ignore();
+    return true;
+  }
+  return QObject::eventFilter(watched, event);
+}
+
 void AppDelegate::OnClickCloseButton() {
+  if (DeferWhileDownloading([this] { OnClickCloseButton(); })) return;
   // A ribbon confirmed in the ribbon-change alert reaches the driver even without Apply.
   if (!cardSetup_->bSettingSaved) cardSetup_->StoreRibbonOnClose();
   EndSession();
@@ -294,6 +313,7 @@ void AppDelegate::OnClickCloseButton() {
 }
 
 void AppDelegate::CancelBtn() {
+  if (DeferWhileDownloading([this] { CancelBtn(); })) return;
   EndSession();
   Quit();
 }

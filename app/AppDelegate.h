@@ -80,6 +80,8 @@ class AppDelegate : public QObject {
   bool applicationShouldTerminateAfterLastWindowClosed();
   void OnClickCloseButton();
   void CancelBtn();
+  // The window's close box; during a firmware download it waits for the end.
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void JobLogBtn();
   void SaveandRestoreBtn();
   void mnuAboutClick();
@@ -138,6 +140,9 @@ class AppDelegate : public QObject {
   std::string OperatingSystemVersion() const;
 
   Prompter& prompter_;
+  // True when a firmware download is under way: `close` then runs when it ends.
+  bool DeferWhileDownloading(std::function<void()> close);
+
   Seams seams_;
   std::unique_ptr<QMainWindow> window_;
   std::unique_ptr<Ui::MainWindow> ui_;

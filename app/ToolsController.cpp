@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
+#include <utility>
 #include <QPushButton>
 
 #include "AppDelegate.h"
@@ -129,8 +130,12 @@ void ToolsController::PRNSendBtnClicked() {
 // ---------------------------------------------------------------- firmware
 
 void ToolsController::SelectFileBtnClicked() {
-  app_.FirmwareFile = GetSelectedFilePath(1);
-  app_.ui().FrmwareFileLoc->setText(Q(app_.FirmwareFile));
+  // The choice is kept as the panel closes, before its second of drawing, so
+  // a Download pressed in that second sends the new file, not the one before.
+  ::GetSelectedFilePath(app_.prompter(), 1, {}, [this](const std::string& path) {
+    app_.FirmwareFile = path;
+    app_.ui().FrmwareFileLoc->setText(Q(path));
+  });
   ShowFmDetails();
 }
 
@@ -156,7 +161,12 @@ void ToolsController::ShowFmDetails() {
 }
 
 void ToolsController::DownloadFwBtnClicked() {
+  // One download at a time: the button is off from the click until the
+  // printer has the file (the status line's second lets clicks through).
+  if (downloading_) return;
+  downloading_ = true;
   Ui::MainWindow& ui = app_.ui();
+  ui.FWDownloadBtn->setEnabled(false);
   const bool sent = FirmwareDownload(Context()).Download(
       app_.FirmwareFile, [&ui](const std::string& text) { ui.PrintStatus->setText(Q(text)); },
       [this](long long done, long long total) {
@@ -164,10 +174,15 @@ void ToolsController::DownloadFwBtnClicked() {
         AdvanceProgress(done);
       });
   EndProgress();
-  if (!sent) return;
-  ui.FrmwareFileLoc->clear();
-  ui.lblCheckSum->clear();
-  ui.lblFirmwareType->clear();
+  if (sent) {
+    ui.FrmwareFileLoc->clear();
+    ui.lblCheckSum->clear();
+    ui.lblFirmwareType->clear();
+  }
+  ui.FWDownloadBtn->setEnabled(true);
+  downloading_ = false;
+  // A close asked for during the download happens now.
+  for (const auto& close : std::exchange(whenIdle_, {})) close();
 }
 
 // ---------------------------------------------------------------- progress

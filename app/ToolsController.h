@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "TestCardPrinter.h"
 #include "ToolsContext.h"
@@ -42,6 +43,11 @@ class ToolsController {
   // file); the empty text when cancelled.
   std::string GetSelectedFilePath(int kind);
 
+  // A firmware download is under way: the session must stay until it ends.
+  bool Busy() const { return downloading_; }
+  // Runs `action` once the download under way has ended (each one asked for, in order).
+  void WhenIdle(std::function<void()> action) { whenIdle_.push_back(std::move(action)); }
+
  private:
   ToolsContext Context() const;
   TestCardPrinter::Result PrintWithCups(int kind, int ribbonIndex, bool dualSide);
@@ -53,4 +59,6 @@ class ToolsController {
   AppDelegate& app_;
   TestCardPrint testCardPrint_;
   long long progressTotal_ = 0;
+  bool downloading_ = false;
+  std::vector<std::function<void()>> whenIdle_;
 };

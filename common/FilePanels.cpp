@@ -6,7 +6,8 @@
 #include "Prompter.h"
 #include "Waits.h"
 
-std::string GetSelectedFilePath(Prompter& prompter, int kind, const std::string& directory) {
+std::string GetSelectedFilePath(Prompter& prompter, int kind, const std::string& directory,
+                                const std::function<void(const std::string&)>& chosen) {
   Prompter::FilePanel panel;
   panel.directory = directory;
   switch (kind) {
@@ -26,6 +27,7 @@ std::string GetSelectedFilePath(Prompter& prompter, int kind, const std::string&
       break;
   }
   std::string path = prompter.ChooseFileToOpen(panel);
+  if (chosen) chosen(path);
   if (!path.empty()) Waits::Current().RunEventLoop(std::chrono::milliseconds(1000));
   return path;
 }

@@ -9,6 +9,8 @@
 #include <QPushButton>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <utility>
 
 #include "AppTestSupport.h"
 #include "RecordingWaits.h"
@@ -147,6 +149,49 @@ TEST_F(ToolsTab, FilesAreChosenAndSentWithTheProgressBar) {
   EXPECT_EQ(Status(), "Firmware downloaded successfully...");
   EXPECT_TRUE(ui().SendProgress->isHidden());
   EXPECT_EQ(labels() + ui().FrmwareFileLoc->text().toStdString(), " ");
+}
+
+// Waits that also act during the next second of drawing: what a user can do
+// while the window is still drawn but busy.
+class ActingWaits : public RecordingWaits {
+ public:
+  void RunEventLoop(std::chrono::milliseconds duration) override {
+    RecordingWaits::RunEventLoop(duration);
+    if (auto act = std::exchange(onLoop, {})) act();
+  }
+  std::function<void()> onLoop;
+};
+
+TEST_F(ToolsTab, ADownloadTakesNoSecondClickAndClosingWaitsForItsEnd) {
+  Start("");
+  ActingWaits waits;
+  const std::string older = std::string(14, '\x01') + "\x12\xff" + std::string(84, '\x01');
+  const std::string newer = std::string(14, '\x01') + "\x34\xff" + std::string(184, '\x01');
+  Choose(ui().SelectFileBtn, "older.bin", older);
+  // A Download in the second after a choice already finds the chosen file.
+  std::string during;
+  waits.onLoop = [&] { during = app_->FirmwareFile; };
+  Choose(ui().SelectFileBtn, "newer.bin", newer);
+  EXPECT_EQ(during, root_ + "/newer.bin");
+
+  // Clicks, Close, Cancel and the close box while the status line is drawn.
+  bool buttonOn = true;
+  waits.onLoop = [&] {
+    buttonOn = ui().FWDownloadBtn->isEnabled();
+    app_->Tools().DownloadFwBtnClicked();
+    ui().CloseBtn->click();
+    app_->window()->close();
+    EXPECT_NE(app_->objDev(), nullptr);
+  };
+  ui().FWDownloadBtn->click();
+  EXPECT_FALSE(buttonOn);
+  // One download, of the newer file; the close came after it.
+  size_t headers = 0;
+  for (const std::string& data : server_->Engine().CapturedData()) headers += data == newer;
+  EXPECT_EQ(headers, 1u);
+  EXPECT_EQ(server_->Engine().ResetCount(), 1);
+  EXPECT_EQ(app_->objDev(), nullptr);
+  EXPECT_FALSE(app_->window()->isVisible());
 }
 
 }  // namespace

@@ -148,6 +148,10 @@ int DeviceCommunication::WriteToPrinter(const char* data, int length) {
   return 0;
 }
 
+bool DeviceCommunication::WriteStreamPart(const char* data, int length) {
+  return transport_ && data && length >= 0 && transport_->SendStreamPart(data, length);
+}
+
 std::optional<std::string> DeviceCommunication::ReadFromPrinter() {
   if (!transport_) return std::nullopt;
   ReplyBuffer reply;

@@ -32,6 +32,9 @@ class DeviceCommunication {
   uint32_t GetDeviceStatusInfo() const;
   std::optional<std::string> GetPrinterIPAddress();
   int WriteToPrinter(const char* data, int length);
+  // A part of a stream the printer must take whole (see SendStreamPart):
+  // false when the transport lost any of it, or there is none.
+  bool WriteStreamPart(const char* data, int length);
   std::optional<std::string> ReadFromPrinter();
   // One exchange as the window makes it: the command (ESC text CR, `length`
   // bytes as given), the reply request ESC "E 2" CR, then one read.

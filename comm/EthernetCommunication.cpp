@@ -149,6 +149,20 @@ int EthernetCommunication::SendDataToPrinter(const char* data, int length) {
   return static_cast<int>(send(socket_, data, static_cast<size_t>(length), MSG_NOSIGNAL));
 }
 
+bool EthernetCommunication::SendStreamPart(const char* data, int length) {
+  if (socket_ < 0 || !data || length < 0) return false;
+  for (int sent = 0; sent < length;) {
+    const ssize_t written = send(socket_, data + sent, static_cast<size_t>(length - sent), MSG_NOSIGNAL);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) {
+      VktLog("The printer took %d of %d bytes: %s\n", sent, length, strerror(errno));
+      return false;
+    }
+    sent += static_cast<int>(written);
+  }
+  return true;
+}
+
 void EthernetCommunication::FlushPrinterEndPoint() { RunFlushHandshake(); }
 
 void EthernetCommunication::ClosePrinterHandle() {

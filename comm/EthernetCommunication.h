@@ -21,6 +21,7 @@ class EthernetCommunication : public VKTS3Communication {
 
   int GetDataFromPrinter(ReplyBuffer* buffer) override;
   int SendDataToPrinter(const char* data, int length) override;
+  bool SendStreamPart(const char* data, int length) override;
   void FlushPrinterEndPoint() override;
   void ClosePrinterHandle() override;
   int GetPrinterHandle() override;

@@ -26,6 +26,10 @@ class USBCommunication : public VKTS3Communication {
 
   int GetDataFromPrinter(ReplyBuffer* buffer) override;
   int SendDataToPrinter(const char* data, int length) override;
+  // Unlike a single write, a stream part without an open interface is lost.
+  bool SendStreamPart(const char* data, int length) override {
+    return device_ && interfaceNumber_ >= 0 && SendDataToPrinter(data, length) >= 0;
+  }
   void FlushPrinterEndPoint() override;
   void ClosePrinterHandle() override;
   int GetPrinterHandle() override;

@@ -25,6 +25,11 @@ class VKTS3Communication {
   // One write of the given bytes; negative on failure.
   virtual int SendDataToPrinter(const char* data, int length) = 0;
 
+  // One part of a stream the printer must take whole and on one connection
+  // (a firmware image): true only when every byte went out. Unlike
+  // SendDataToPrinter it never connects again after a dropped connection.
+  virtual bool SendStreamPart(const char* data, int length) { return SendDataToPrinter(data, length) >= 0; }
+
   // Drains stale replies with the ESC "." CR / ESC "E 2" CR handshake.
   virtual void FlushPrinterEndPoint() = 0;
 

@@ -77,8 +77,9 @@ bool FirmwareDownload::Download(const std::string& path, const Status& status, c
   std::error_code error;
   const uintmax_t fileSize = std::filesystem::file_size(path, error);
   if (error) return false;
+  // The length field holds 32 bits: a longer file cannot be described to the printer.
+  if (fileSize >= 0xFFFFFFFFu) return false;
   const uint32_t size = static_cast<uint32_t>(fileSize);
-  if (size == 0xFFFFFFFFu) return false;
   DeviceCommunication* session = context_.session;
   if (!session) return false;
 
@@ -93,7 +94,15 @@ bool FirmwareDownload::Download(const std::string& path, const Status& status, c
                           static_cast<char>(size >> 16),
                           static_cast<char>(size >> 8),
                           static_cast<char>(size)};
-  session->WriteToPrinter(header, sizeof header);
+  // A part the printer did not take ends the download with the failure
+  // message: a half-flashed printer must never be reported as fine.
+  const auto failed = [&] {
+    VktLog("Firmware download stopped: the printer did not take the stream");
+    if (status) status(kFirmwareFailed);
+    session->ResetHandle();
+    return false;
+  };
+  if (!session->WriteStreamPart(header, sizeof header)) return failed();
 
   if (progress) progress(0, size);
   std::array<char, Maintenance::kBlockSize> block;
@@ -103,12 +112,12 @@ bool FirmwareDownload::Download(const std::string& path, const Status& status, c
     const size_t count = std::fread(block.data(), 1, block.size(), file.get());
     if (count == 0) break;
     for (size_t i = 0; i < count; ++i) checksum ^= static_cast<unsigned char>(block[i]);
-    session->WriteToPrinter(block.data(), static_cast<int>(count));
+    if (!session->WriteStreamPart(block.data(), static_cast<int>(count))) return failed();
     sent += static_cast<long long>(count);
     if (progress) progress(sent, size);
   }
   const char trailer[2] = {static_cast<char>(0xFF), 0x0D};
-  session->WriteToPrinter(trailer, sizeof trailer);
+  if (!session->WriteStreamPart(trailer, sizeof trailer)) return failed();
   VktLog("Firmware of %u bytes sent, exclusive-or of the body 0x%02X", size, checksum);
 
   Waits::Current().Sleep(std::chrono::seconds(7));

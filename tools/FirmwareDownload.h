@@ -12,6 +12,8 @@ class FirmwareDownload {
  public:
   static constexpr const char* kFirmwareDownloading = "Firmware downloading please wait...";
   static constexpr const char* kFirmwareDownloaded = "Firmware downloaded successfully...";
+  static constexpr const char* kFirmwareFailed =
+      "Firmware download failed: the printer did not take the whole file. Please download it again.";
   static constexpr const char* kIncorrectFirmware =
       "Incorrect firmware file.\nPlease select the correct firmware file.";
 
@@ -41,7 +43,8 @@ class FirmwareDownload {
   // Sends the file framed as ESC "DC " + 4-byte big-endian length + body +
   // FF CR, waits for the printer to reset, tells the user, and connects
   // again. False when nothing was sent (no file, no session, a size that
-  // does not fit the length field).
+  // does not fit the length field) or when the printer did not take the
+  // whole stream (the status line then says so).
   bool Download(const std::string& path, const Status& status = {}, const Progress& progress = {});
 
  private:

@@ -22,6 +22,10 @@ class RecordingTransport : public EthernetCommunication {
     sent_.append(data, static_cast<size_t>(length));
     return EthernetCommunication::SendDataToPrinter(data, length);
   }
+  bool SendStreamPart(const char* data, int length) override {
+    sent_.append(data, static_cast<size_t>(length));
+    return EthernetCommunication::SendStreamPart(data, length);
+  }
 
  private:
   std::string& sent_;

@@ -40,6 +40,10 @@ struct Wire : EthernetCommunication {
     writes.emplace_back(data, static_cast<size_t>(length));
     return EthernetCommunication::SendDataToPrinter(data, length);
   }
+  bool SendStreamPart(const char* data, int length) override {
+    writes.emplace_back(data, static_cast<size_t>(length));
+    return EthernetCommunication::SendStreamPart(data, length);
+  }
   int GetPrinterHandle() override {
     for (int round = 0; server && round < 1000 && !server->Refusing(); ++round) std::this_thread::sleep_for(2ms);
     for (int round = 0; server && round < 5000 && server->Refusing(); ++round) std::this_thread::sleep_for(2ms);
@@ -250,6 +254,31 @@ TEST_F(ToolsModelTest, FirmwareFilesTheirKindAndTheirDownload) {
     EXPECT_EQ(session_->GetFeederStatus(), 1);
   }
   EXPECT_EQ(server_->Engine().ResetCount(), 2);
+
+  // A file too long for the 32-bit length field is refused unsent (a sparse file: no disk is used).
+  const std::string huge = File("");
+  std::filesystem::resize_file(huge, 0x100000000ull + 10);
+  Track();
+  EXPECT_FALSE(FirmwareDownload(Tools()).Download(huge));
+  EXPECT_TRUE(wire_->writes.empty());
+  std::filesystem::remove(huge);
+}
+
+TEST_F(ToolsModelTest, AFirmwareStreamThePrinterDropsEndsWithTheFailureMessage) {
+  // The printer drops the connection after 5000 bytes of a 16 MB image (more
+  // than the connection's buffers hold, so the loss shows while sending).
+  Begin("close_after_bytes = 5000\nclose_after_times = 1");
+  std::vector<std::string> status;
+  auto onStatus = [&](const std::string& text) { status.push_back(text); };
+  const std::string image = FirmwareBytes(16 << 20, 0x12, 0xFF);
+  EXPECT_FALSE(FirmwareDownload(Tools()).Download(File(image), onStatus, Track()));
+  EXPECT_EQ(status,
+            (std::vector<std::string>{
+                "Firmware downloading please wait...",
+                "Firmware download failed: the printer did not take the whole file. Please download it again."}));
+  EXPECT_LT(wire_->writes.size(), image.size() / 4096);  // it stopped at the lost part
+  EXPECT_TRUE(prompter_.prompts.empty());                // no reset notice: nothing says the printer took it
+  EXPECT_EQ(session_->GetFeederStatus(), 0);             // the session is connected again and answers
 }
 
 TEST_F(ToolsModelTest, OffsetsAndTheFeederMode) {

@@ -4,6 +4,7 @@
 
 #include <cups/cups.h>
 
+#include <cctype>
 #include <cstring>
 #include <stdexcept>
 
@@ -94,7 +95,22 @@ std::string DeviceCommunication::GetSerialNumberFromURI(const std::string& uri) 
     throw std::out_of_range("no \"=\" in device URI " + uri);
   }
   VktLog("position %lu", static_cast<unsigned long>(position));
-  std::string serial = uri.substr(position + 1);
+  // Linux's usb backend writes usb://Maker/Model?serial=S&interface=N, with
+  // %XX escapes in S: the value of "serial=" (else of the first "="), up to
+  // the next "&", unescaped.
+  const size_t named = uri.find("serial=");
+  const size_t start = named != std::string::npos ? named + 7 : position + 1;
+  const std::string value = uri.substr(start, uri.find('&', start) - start);
+  std::string serial;
+  for (size_t i = 0; i < value.size(); ++i) {
+    if (value[i] == '%' && i + 2 < value.size() && std::isxdigit(static_cast<unsigned char>(value[i + 1])) &&
+        std::isxdigit(static_cast<unsigned char>(value[i + 2]))) {
+      serial += static_cast<char>(std::stoi(value.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else {
+      serial += value[i];
+    }
+  }
   VktLog("Serial number is %s", serial.c_str());
   return serial;
 }

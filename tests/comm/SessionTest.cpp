@@ -85,7 +85,12 @@ TEST(DeviceUriTest, SerialNumberAndIpAddressCuts) {
     std::string uri, expected;
     const char* log = nullptr;  // the exact log when set
   } cases[] = {{false, "usb://Orvex/VKTS32?serial=12345", "12345", "position 25\nSerial number is 12345\n"},
-               {false, "usb://Orvex/VKTS32?serial=A=B", "A=B"},  // everything after the first "="
+               {false, "usb://Orvex/VKTS32?serial=A=B", "A=B"},
+               // What Linux's usb backend writes: the serial's own value, unescaped.
+               {false, "usb://Orvex/VKTS32?serial=S32%2F01%20a&interface=1", "S32/01 a"},
+               {false, "usb://Orvex/VKTS32?interface=1&serial=X9", "X9"},
+               {false, "usb://Orvex/VKTS32?serial=5%2G%4", "5%2G%4"},  // no escape: kept as written
+               {false, "usb://Orvex/VKTS32?id=7", "7"},
                {false, "", ""},
                {false, "usb://Orvex/VKTS32", "<out of range>", "string was not found\n"},
                {true, "vkt3socket://10.1.2.3:9100", "10.1.2.3:9", "position 12\nposition 10\nip address 10.1.2.3:9\n"},

@@ -1,9 +1,12 @@
 // The vkts3-ppd-service program: options, the log of every request, a clean
 // stop on SIGTERM, and SIGKILL in the middle of a replacement.
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -156,6 +159,36 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   const std::string before = ReadFile(card);
   EXPECT_EQ(Ask(port, (before == a ? sourceB : sourceA) + "|" + card), "OK");
   EXPECT_EQ(ReadFile(card + ".O"), before);
+}
+
+// Under systemd the socket unit holds the port from boot and hands it to the
+// service, so no program started before it can take the port and answer "OK":
+// systemd-socket-activate makes the same hand-over here.
+TEST_F(ServiceProgramTest, UnderSocketActivationServesOnTheInheritedSocket) {
+  const int listener = ::socket(AF_INET, SOCK_STREAM, 0);  // a free port: bound and released again
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof address;
+  ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length), 0);
+  ::close(listener);
+  const std::string port = std::to_string(ntohs(address.sin_port));
+  ServiceProgram program(
+      root.Path(),
+      {"-l", "127.0.0.1:" + port, "-E", "CUPS_SERVERROOT", VKT_SERVICE_PROGRAM, "--group", ServiceGroupForTests()},
+      "/usr/bin/systemd-socket-activate");
+  std::optional<std::string> answer;
+  for (int attempt = 0; attempt < 100 && !answer; ++attempt) {
+    answer = Ask(std::stoi(port), sourceB + "|" + card);
+    if (!answer) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  EXPECT_EQ(answer, "OK");
+  EXPECT_EQ(ReadFile(card), b);
+  program.Stop(SIGTERM);
+  EXPECT_NE(program.Log().find("vkts3-ppd-service listening on 127.0.0.1:" + port + " (socket from systemd)"),
+            std::string::npos)
+      << program.Log();
 }
 
 }  // namespace

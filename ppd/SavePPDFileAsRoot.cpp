@@ -5,6 +5,7 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -27,7 +28,7 @@ struct AddrInfoFree {
 };
 }  // namespace
 
-int SavePPDFileAsRoot(const char* src, const char* dst) {
+int SavePPDFileAsRoot(const char* src, const char* dst, std::chrono::milliseconds answerWait) {
   if (src == nullptr || dst == nullptr) {
     VktLog("PPD service request refused: missing path\n");
     return -1;
@@ -76,6 +77,15 @@ int SavePPDFileAsRoot(const char* src, const char* dst) {
     return -1;
   }
 
+  pollfd answer{sock.Get(), POLLIN, 0};
+  int ready;
+  do {
+    ready = ::poll(&answer, 1, static_cast<int>(answerWait.count()));
+  } while (ready < 0 && errno == EINTR);
+  if (ready == 0) {
+    VktLog("PPD service did not save %s: no answer within %lld ms\n", dst, static_cast<long long>(answerWait.count()));
+    return -1;
+  }
   char reply[kReplySize + 1] = {};
   ssize_t received;
   do {

@@ -32,6 +32,7 @@ FakePpdService::~FakePpdService() {
   ::shutdown(listener_, SHUT_RDWR);  // ends the accept of Serve
   thread_.join();
   ::close(listener_);
+  for (int client : held_) ::close(client);
 }
 
 std::vector<std::string> FakePpdService::Requests() {
@@ -60,6 +61,10 @@ void FakePpdService::Serve() {
     {
       std::lock_guard<std::mutex> lock(mutex_);
       requests_.push_back(request);
+    }
+    if (options_.hold) {
+      held_.push_back(client);
+      continue;
     }
     if (options_.answer) (void)!::write(client, options_.reply.data(), options_.reply.size());
     ::close(client);

@@ -14,6 +14,7 @@ class FakePpdService {
     bool copySourceOverDestination = true;  // what the real service does
     bool answer = true;                     // false: close without a reply
     std::string reply = "OK";
+    bool hold = false;  // keep the connection open without a word until the service stops
   };
 
   explicit FakePpdService(Options options);
@@ -38,4 +39,5 @@ class FakePpdService {
   std::mutex mutex_;
   std::vector<std::string> requests_;
   std::thread thread_;
+  std::vector<int> held_;
 };

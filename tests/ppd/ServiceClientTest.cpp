@@ -60,6 +60,14 @@ TEST(SavePPDFileAsRoot, RequestsOver255BytesAreRefusedUnsentAndNobodyListeningFa
   EXPECT_EQ(SavePPDFileAsRoot("/tmp/Card.ppd", std::string(4096, 'd').c_str()), -1);
   EXPECT_THAT(service.Requests(), ElementsAre(fits + "|" + dst));
 
+  // A service that takes the request and never answers: a bounded wait, then a failed save.
+  FakePpdService silent({.copySourceOverDestination = false, .hold = true});
+  ScopedEnv silentPort("VKT_PPD_SERVICE_PORT", std::to_string(silent.port()));
+  CaptureStderr();
+  EXPECT_EQ(SavePPDFileAsRoot("/tmp/Card.ppd", dst.c_str(), std::chrono::milliseconds(200)), -1);
+  EXPECT_EQ(GetCapturedStderr(), "PPD service did not save " + dst + ": no answer within 200 ms\n");
+  EXPECT_THAT(silent.Requests(), ElementsAre("/tmp/Card.ppd|" + dst));
+
   ScopedEnv nobody("VKT_PPD_SERVICE_PORT", std::to_string(FakePpdService::UnusedPort()));
   CaptureStderr();
   EXPECT_EQ(SavePPDFileAsRoot("/tmp/Card.ppd", dst.c_str()), -1);

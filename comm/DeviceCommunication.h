@@ -3,6 +3,7 @@
 // the printer's command set and status queries.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -74,4 +75,7 @@ void GetRibbonDetails(int ribbonIndex, int* firstFlag, int* secondFlag);
 
 // Print queue calls that do not need a session.
 bool IsPrinterBusy(const char* printerName);
-void CheckJobStatus(int jobId, const std::string& printerName);
+// A job still pending or printing after this long is given up on: the
+// caller goes on as for a finished one.
+constexpr std::chrono::milliseconds kJobWaitLimit{10 * 60 * 1000};
+void CheckJobStatus(int jobId, const std::string& printerName, std::chrono::milliseconds limit = kJobWaitLimit);

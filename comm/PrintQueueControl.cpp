@@ -68,11 +68,15 @@ bool IsPrinterBusy(const char* printerName) {
   return false;
 }
 
-void CheckJobStatus(int jobId, const std::string& printerName) {
+void CheckJobStatus(int jobId, const std::string& printerName, std::chrono::milliseconds limit) {
   VktLog("Job Id is %d", jobId);
   if (printerName.empty() || jobId <= 0) return;
   int pollsWithoutJob = 0;
-  for (;;) {
+  for (std::chrono::milliseconds waited{0};; waited += kJobPollPause) {
+    if (waited >= limit) {
+      VktLog("Job %d is not done after %lld ms; going on", jobId, static_cast<long long>(waited.count()));
+      return;
+    }
     CupsJobList jobs(printerName.c_str());
     if (jobs.count() <= 0) {
       VktLog("Job Completed");

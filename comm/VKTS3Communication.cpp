@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "Log.h"
 #include "PrinterProtocol.h"
 
 namespace {
@@ -23,10 +24,15 @@ void VKTS3Communication::RunFlushHandshake() {
   int count = GetDataFromPrinter(&reply);
   if (count >= 0 && FirstByte(reply) == kAck) return;
 
-  // The printer keeps answering NAK while it still holds stale replies; there
-  // is deliberately no bound on the rounds, each one is bounded by the read
-  // wait of the transport.
+  // The printer keeps answering NAK while it still holds stale replies. A
+  // printer that answers NAK to everything would keep the window here for
+  // good: after kMaxFlushRounds rounds the session goes on with what it has.
+  int rounds = 1;
   do {
+    if (++rounds > kMaxFlushRounds) {
+      VktLog("The printer still answers NAK after %d rounds; going on\n", kMaxFlushRounds);
+      return;
+    }
     SendDataToPrinter(kResetCommand, 3);
     SendDataToPrinter(kReplyRequest, kReplyRequestLength);
     reply.reset();

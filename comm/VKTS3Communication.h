@@ -45,6 +45,9 @@ class VKTS3Communication {
   // The printer's network address; nullopt for USB.
   virtual std::optional<std::string> GetIPAddress() = 0;
 
+  // Rounds of the flush handshake at most (one read wait each).
+  static constexpr int kMaxFlushRounds = 100;
+
  protected:
   // The flush handshake shared by both transports: send ESC "." CR and
   // ESC "E 2" CR, read one reply; done on ACK, otherwise repeat while the

@@ -177,7 +177,9 @@ TEST(FlushHandshakeTest, RoundsUntilAckFailureOrAnotherReply) {
                {"naks then ack", naks, 41, 0},
                {"silent: one more try", {}, 2, 0},
                {"other replies", {B("V1\r"), B("\x15"), B("5\r"), B("\x06")}, 3, 1},
-               {"closed: zero bytes", {B("\x15"), {std::string(), 0}, B("\x06")}, 2, 1}};
+               {"closed: zero bytes", {B("\x15"), {std::string(), 0}, B("\x06")}, 2, 1},
+               // A printer that answers NAK to everything: the rounds end.
+               {"naks for ever", std::vector<Reply>(150, B("\025E1\x04")), 100, 50}};
   for (const auto& c : cases) {
     FakeTransport t;
     t.replies.assign(c.replies.begin(), c.replies.end());

@@ -118,6 +118,12 @@ TEST_F(PrintQueueControlTest, PendingJobOfAStoppedQueueIsNotBusyAndEnableBringsT
   ASSERT_GT(job, 0) << cupsLastErrorString();
   EXPECT_EQ(JobState("VKTS1Socket", job), IPP_JSTATE_PENDING);
   EXPECT_FALSE(IsPrinterBusy("VKTS1Socket"));
+  // A job that stays pending: the wait ends at its bound, polling every 50 ms.
+  RecordingWaits waits;
+  CheckJobStatus(job, "VKTS1Socket", std::chrono::milliseconds(500));
+  EXPECT_EQ(waits.entries,
+            std::vector<RecordingWaits::Entry>(10, {RecordingWaits::Entry::kSleep, std::chrono::milliseconds(50)}));
+  EXPECT_EQ(JobState("VKTS1Socket", job), IPP_JSTATE_PENDING);
   CancelJob(job);
   DeviceCommunication session("", nullptr, 0);
   session.EnablePrinter("NoSuchQueue");  // a silent no-op

@@ -21,6 +21,8 @@
 namespace {
 
 constexpr int kDefaultPrinterPort = 9100;
+// The longest a send may wait for the printer to take bytes.
+constexpr time_t kSendWaitSeconds = 30;
 
 struct AddrListDeleter {
   void operator()(http_addrlist_t* list) const { httpAddrFreeList(list); }
@@ -99,7 +101,12 @@ int EthernetCommunication::GetPrinterHandle() {
     // Only these mean the printer is not there; any other failure (a time-out
     // while connecting, say) is reported as success with no socket.
     if (error == ECONNREFUSED || error == EHOSTDOWN || error == EHOSTUNREACH) return -1;
+    return 1;
   }
+  // A printer that stops taking bytes must not hold a send for good: after
+  // the bound the send fails like any other.
+  const timeval bound{kSendWaitSeconds, 0};
+  (void)setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &bound, sizeof bound);
   return 1;
 }
 
@@ -140,9 +147,9 @@ int EthernetCommunication::SendDataToPrinter(const char* data, int length) {
   int error = errno;
   std::printf("Error String is %d :: %s\n", error, strerror(error));
   std::fflush(stdout);
-  if (error != EPIPE) return static_cast<int>(written);
-  // The printer dropped the connection (after a reset, say): reconnect once
-  // and send the same bytes again.
+  if (error != EPIPE && error != ECONNRESET) return static_cast<int>(written);
+  // The printer dropped or reset the connection (after a reset, say):
+  // reconnect once and send the same bytes again.
   ClosePrinterHandle();
   GetPrinterHandle();
   if (socket_ < 0) return -1;

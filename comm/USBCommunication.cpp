@@ -22,6 +22,8 @@ namespace {
 
 constexpr int kSerialBufferSize = 128;
 constexpr unsigned int kControlTimeoutMs = 1000;
+// The longest a write may wait for the printer to take bytes.
+constexpr unsigned int kWriteTimeoutMs = 30000;
 // bmRequestType of a standard request to the device with data to the host.
 constexpr uint8_t kStandardDeviceToHost = 0x80;
 constexpr uint16_t kLanguageUsEnglish = 0x0409;
@@ -253,7 +255,8 @@ int USBCommunication::SendDataToPrinter(const char* data, int length) {
   int transferred = 0;
   // libusb needs a writable buffer type; the bytes are only read.
   auto* bytes = reinterpret_cast<unsigned char*>(const_cast<char*>(data));
-  lastResult_ = libusb_bulk_transfer(device_.get(), pipeOut_, bytes, length, &transferred, 0);
+  // Bounded: a printer that stops taking bytes must not hold the window for good.
+  lastResult_ = libusb_bulk_transfer(device_.get(), pipeOut_, bytes, length, &transferred, kWriteTimeoutMs);
   if (lastResult_ != LIBUSB_SUCCESS) {
     VktLog("Write failed (error: %x)\n", ErrorCode(lastResult_));
     return -1;

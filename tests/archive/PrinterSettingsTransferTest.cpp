@@ -63,6 +63,7 @@ TEST(PrinterSettingsTransfer, RestoreSendsEachGroupInFileOrderAndAsksAboutOtherP
        -1, R::kApplied, "E", untouched},
       {Plist(Config(kOffsets)), -1, R::kNoSerial, "", untouched},
       {Plist(""), -1, R::kNoSerial, "", untouched},
+      {Plist(Serial(kSerial)), -1, R::kApplied, "", untouched},  // a serial number alone: nothing to send
       {"not a plist", -1, R::kUnreadable, "", untouched},
       {"", -1, R::kUnreadable, "", untouched},
   };

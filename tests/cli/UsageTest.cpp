@@ -63,6 +63,8 @@ TEST(CliUsage, EveryCommandHelpsAndWrongUsageExitsTwoWithTheHelp) {
     EXPECT_EQ(run.out, c.errors) << c.arguments;
   }
   EXPECT_EQ(Cli("--help", false).status, 0);
+  // Two arguments are what send-prn takes: past the usage check, a queue the scheduler does not know fails.
+  EXPECT_EQ(Cli("send-prn NoSuchQueue /dev/null", true).status, 1);
 }
 
 }  // namespace

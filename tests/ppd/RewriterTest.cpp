@@ -155,7 +155,8 @@ TEST_F(Rewriter, SaveRibbonTypeAndRestoreWriteAndCallEvenWhenUnchanged) {
 TEST_F(Rewriter, JobLogSaveRewritesTheChangedFieldsAgainstTheOldValues) {
   // Only whole lines of the field's own keyword change: the printer's address
   // line, which holds "IPAddress: 1", and a comment naming a field stay.
-  original = With({{"*PrinterIPAddress: ", "192.168.1.20"}, {"*IPAddress: ", "1"}}) + "*% *EnableLog: 0\r\n";
+  original = With({{"*PrinterIPAddress: ", "192.168.1.20"}, {"*IPAddress: ", "1"}, {"*MTrack2: ", "0\r"}}) +
+             "*% *EnableLog: 0\r\n";  // a CR before a line's feed stays where it was
   WriteFile(ppdPath, original);
   helper.InitPPD(ppdPath.string());
   JobLog_ values = helper.GetPPDJobLogDefaultValues();
@@ -165,11 +166,18 @@ TEST_F(Rewriter, JobLogSaveRewritesTheChangedFieldsAgainstTheOldValues) {
   values.FileName = "Cards.log";
   EXPECT_EQ(helper.SaveJobLogSettings(values), 1);
   EXPECT_EQ(ReadFile(ppdPath), With({{"*EnableLog: ", "1"},
-                                     {"*MTrack2: ", "1"},
+                                     {"*MTrack2: ", "1\r"},
                                      {"*IPAddress: ", "0"},
                                      {"*Separator:", ";"},
                                      {"*FileName:", "Cards.log"}}));
   EXPECT_THAT(service->Requests(), ElementsAre(request));
+  // Read back, the file holds the new values.
+  PPDHelper reread;
+  reread.InitPPD(ppdPath.string());
+  const JobLog_ stored = reread.GetPPDJobLogDefaultValues();
+  EXPECT_EQ(std::to_string(stored.EnableLog) + std::to_string(stored.MTrack2) + std::to_string(stored.IPAddress) +
+                stored.Separator.value_or("-") + stored.FileName.value_or("-"),
+            "110;Cards.log");
   // oldLogvalues is not updated by the save.
   EXPECT_EQ(helper.oldLogvalues.EnableLog, 0);
   EXPECT_EQ(helper.oldLogvalues.FileName, "VKTS3.log");

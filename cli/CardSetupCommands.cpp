@@ -72,12 +72,9 @@ int CardSetup(Io& io, const Args& args) {
   CardSetupModel& model = setup->model;
 
   bool changing = false;
-  for (size_t i = 0; i < kSettings.size(); ++i) {
-    if (!wanted[i]) continue;
-    changing = true;
-    const std::string problem = Set(model, kSettings[i], *wanted[i]);
-    if (!problem.empty()) return Fail(io, problem);
-  }
+  const std::string problem = ChooseSettings(
+      wanted, [&](size_t i, const std::string& value) { return Set(model, kSettings[i], value); }, changing);
+  if (!problem.empty()) return Fail(io, problem);
   if (changing) {
     const int saved = model.SaveSettings();
     if (saved < 0) return kFailed;  // the alert said why

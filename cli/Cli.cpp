@@ -49,6 +49,18 @@ std::string JsonString(const std::string& text) {
   return out + "\"";
 }
 
+std::string ChooseSettings(const std::vector<std::optional<std::string>>& wanted,
+                           const std::function<std::string(size_t index, const std::string& value)>& set,
+                           bool& changing) {
+  changing = false;
+  for (size_t i = 0; i < wanted.size(); ++i) {
+    if (!wanted[i]) continue;
+    changing = true;
+    if (std::string problem = set(i, *wanted[i]); !problem.empty()) return problem;
+  }
+  return {};
+}
+
 std::string ParseSettings(const Args& args, const std::vector<std::string>& names,
                           std::vector<std::optional<std::string>>& values) {
   values.assign(names.size(), std::nullopt);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -80,6 +81,13 @@ std::unique_ptr<CardSetupSession> OpenCardSetup(Io& io, const std::string& queue
 // when a pair names something else.
 std::string ParseSettings(const Args& args, const std::vector<std::string>& names,
                           std::vector<std::optional<std::string>>& values);
+
+// Chooses each value given with --set through `set` (the reason when the
+// value is refused, else empty), in the order of the names. The first
+// refusal's reason, or empty; `changing` tells whether any value was given.
+std::string ChooseSettings(const std::vector<std::optional<std::string>>& wanted,
+                           const std::function<std::string(size_t index, const std::string& value)>& set,
+                           bool& changing);
 
 // Prints `fields` (name, value) as "name: value" lines, or with --json as one
 // object that starts with the queue.

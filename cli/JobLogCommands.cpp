@@ -89,12 +89,9 @@ int JobLogCommand(Io& io, const Args& args) {
     return Fail(io, queue + ": the queue's PPD cannot be read");
 
   bool changing = false;
-  for (size_t i = 0; i < kSettings.size(); ++i) {
-    if (!wanted[i]) continue;
-    changing = true;
-    const std::string problem = Set(model, kSettings[i], *wanted[i]);
-    if (!problem.empty()) return Fail(io, problem);
-  }
+  const std::string problem = ChooseSettings(
+      wanted, [&](size_t i, const std::string& value) { return Set(model, kSettings[i], value); }, changing);
+  if (!problem.empty()) return Fail(io, problem);
   if (changing) {
     if (model.SaveJobLog() < 0) return Fail(io, "the job-log settings were not saved");
     std::fprintf(io.err, "%s\n", JobLogModel::kSavedNotice);

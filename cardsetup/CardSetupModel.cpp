@@ -6,6 +6,7 @@
 #include "DeviceCommunication.h"
 #include "Log.h"
 #include "PPDHelper.h"
+#include "PpdTextValues.h"
 
 namespace {
 
@@ -321,16 +322,28 @@ int CardSetupModel::SaveSettings() {
   // The label holds the printer's reply with its terminator; an empty label saves an empty text.
   std::string serial = extras.serialLabel;
   if (!serial.empty()) serial.pop_back();
+  PPDHelper* helper = context_.driverSettings;
+  // A garbled reply must not cost the whole Apply: the PPD service refuses a
+  // serial number or address outside its rules, so the stored ones stay.
+  if (const auto problem = ppd_text_values::Problem("PrinterSerialNo", serial)) {
+    VktLog("Serial number not saved: %s", problem->c_str());
+    serial = helper ? helper->PPD_strPrinterSerialNo : "";
+  }
   values.SerialNo = serial;
 
   DeviceCommunication* session = context_.session;
   if (session && session->IsNetworkPrinter()) {
     values.IPAddress = session->GetPrinterIPAddress().value_or("");
     VktLog("Printer IP Address is %s", values.IPAddress.c_str());
+    const auto problem =
+        values.IPAddress.empty() ? std::nullopt : ppd_text_values::Problem("PrinterIPAddress", values.IPAddress);
+    if (problem) {
+      VktLog("Printer IP Address not saved: %s", problem->c_str());
+      values.IPAddress.clear();  // an empty address keeps the stored one
+    }
   }
 
   ApplySettingsBtn.SetEnabled(false);
-  PPDHelper* helper = context_.driverSettings;
   const int result = helper ? helper->SavePPDInformation(values) : -1;
   if (result > 0) changed_.fill(false);  // the file holds what the lists show
   if (result < 0) {

@@ -10,9 +10,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <memory>
 
+#include "CardModels.h"
 #include "CupsHandles.h"
 #include "Log.h"
 
@@ -46,11 +46,7 @@ PpdFile OpenQueuePpd(const char* queue) {
 }  // namespace
 
 bool IsSupportedPCFileName(const char* pcFileName) {
-  if (!pcFileName) return false;
-  for (const char* name : {"VKTS1.PPD", "VKTS31.PPD", "VKTS32.PPD", "VKTS32C.PPD"}) {
-    if (std::strcmp(pcFileName, name) == 0) return true;
-  }
-  return false;
+  return pcFileName && card_models::ModelOfPcFileName(pcFileName) >= 0;
 }
 
 bool IsSupportedScheme(const std::string& scheme) {

@@ -8,6 +8,7 @@
 
 #include "Log.h"
 #include "Paths.h"
+#include "PpdTextValues.h"
 
 namespace {
 
@@ -99,23 +100,13 @@ void JobLogModel::StaticTextField() {
 }
 
 void JobLogModel::controlTextDidChange(TextControl& field, const std::string& text) {
-  size_t limit = 0;
-  if (&field == &ui.JobLogFileName)
-    limit = 32;
-  else if (&field == &ui.JobLogSeparator)
-    limit = 1;
-  else if (&field == &ui.JobLogStaticTextField)
-    limit = 16;
-  else
-    return;
-  // The limits count characters, not bytes: a cut never splits a UTF-8 sequence.
-  size_t count = 0, end = 0;
-  while (end < text.size() && count < limit) {
-    ++end;
-    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) ++end;
-    ++count;
-  }
-  field.SetText(text.substr(0, end));
+  // Each field keeps only what the PPD service accepts for its keyword, so a
+  // save never fails on a character the user could type.
+  const char* keyword = &field == &ui.JobLogFileName          ? "FileName"
+                        : &field == &ui.JobLogSeparator       ? "Separator"
+                        : &field == &ui.JobLogStaticTextField ? "StaticText"
+                                                              : nullptr;
+  if (keyword) field.SetText(ppd_text_values::Typed(keyword, text));
 }
 
 JobLog_ JobLogModel::Record() {

@@ -15,6 +15,7 @@
 #include <memory>
 #include <system_error>
 
+#include "CardModels.h"
 #include "Log.h"
 #include "Paths.h"
 #include "UniqueFd.h"
@@ -256,13 +257,7 @@ void PPDHelper::AssignPrintermodel() {
   PpdFile ppd = OpenPpd(ReadablePPDFileName());
   loaded_ = static_cast<bool>(ppd);
   if (!ppd || ppd->pcfilename == nullptr) return;
-  static const char* const kPcFileNames[] = {"VKTS32.PPD", "VKTS31.PPD", "VKTS1.PPD", "VKTS32C.PPD"};
-  for (int model = 0; model < 4; ++model) {
-    if (std::strcmp(ppd->pcfilename, kPcFileNames[model]) == 0) {
-      PPD_nPrinterModel = model;
-      return;
-    }
-  }
+  if (const int model = card_models::ModelOfPcFileName(ppd->pcfilename); model >= 0) PPD_nPrinterModel = model;
 }
 
 std::string PPDHelper::GetPrinterModelString() const {

@@ -121,7 +121,12 @@ class LineJudge {
       if (!IsFormattedNumber(value)) return "the value of " + std::string(keyword) + " is not a number";
       return std::nullopt;
     }
-    if (OneOf(keyword, kTextAttributes)) return ppd_text_values::Problem(keyword, value);
+    if (OneOf(keyword, kTextAttributes)) {
+      // The tool writes the printer's address and serial number after a
+      // blank ("*PrinterSerialNo: S32-000123"), the job-log texts without.
+      if (keyword.substr(0, 7) == "Printer" && value.substr(0, 1) == " ") value.remove_prefix(1);
+      return ppd_text_values::Problem(keyword, value);
+    }
     return "this line may not change";
   }
 

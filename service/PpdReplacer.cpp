@@ -3,15 +3,20 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <optional>
 #include <utility>
+#include <vector>
 
+#include "CardModels.h"
 #include "Log.h"
 #include "PpdEditCheck.h"
 #include "UniqueFd.h"
@@ -79,6 +84,103 @@ std::string RandomTemporaryName() {
     name += kHex[b & 15];
   }
   return name + ".tmp";
+}
+
+// The value of the "*PCFileName:" line, without its quotes; empty when the
+// PPD has none.
+std::string_view PcFileName(std::string_view ppd) {
+  for (size_t start = 0; start < ppd.size();) {
+    size_t end = ppd.find('\n', start);
+    if (end == std::string_view::npos) end = ppd.size();
+    std::string_view line = ppd.substr(start, end - start);
+    start = end + 1;
+    constexpr std::string_view kKeyword = "*PCFileName:";
+    if (line.substr(0, kKeyword.size()) != kKeyword) continue;
+    line.remove_prefix(kKeyword.size());
+    const size_t open = line.find('"'), close = line.rfind('"');
+    return open == close ? std::string_view() : line.substr(open + 1, close - open - 1);
+  }
+  return {};
+}
+
+// File-system rights of another user for the calling thread: its uid, gid and
+// groups while the object lives, root's again after. The raw system calls
+// change this thread only (glibc's setgroups would change every thread).
+class RequesterRights {
+ public:
+  explicit RequesterRights(uid_t uid) {
+    std::vector<char> buffer(16384);
+    passwd entry{};
+    passwd* found = nullptr;
+    if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found) return;
+    int count = 64;
+    std::vector<gid_t> groups(static_cast<size_t>(count));
+    if (::getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) {
+      groups.resize(static_cast<size_t>(count));
+      if (::getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) return;
+    }
+    savedGroups_.resize(static_cast<size_t>(::getgroups(0, nullptr)));
+    if (::getgroups(static_cast<int>(savedGroups_.size()), savedGroups_.data()) < 0) return;
+    if (::syscall(SYS_setgroups, static_cast<size_t>(count), groups.data()) != 0) return;
+    switched_ = true;
+    ::syscall(SYS_setfsgid, found->pw_gid);
+    ::syscall(SYS_setfsuid, uid);
+    // setfsuid answers the previous id, and -1 changes nothing: the check.
+    held_ = ::syscall(SYS_setfsuid, -1) == static_cast<long>(uid) &&
+            ::syscall(SYS_setfsgid, -1) == static_cast<long>(found->pw_gid);
+  }
+  ~RequesterRights() {
+    if (!switched_) return;
+    ::syscall(SYS_setfsuid, ::geteuid());
+    ::syscall(SYS_setfsgid, ::getegid());
+    ::syscall(SYS_setgroups, savedGroups_.size(), savedGroups_.data());
+  }
+  RequesterRights(const RequesterRights&) = delete;
+  RequesterRights& operator=(const RequesterRights&) = delete;
+
+  bool Held() const { return held_; }
+
+ private:
+  std::vector<gid_t> savedGroups_;
+  bool switched_ = false, held_ = false;
+};
+
+// The content of the requester's source file, opened with the requester's
+// rights (when the service runs as root and the requester is not), not
+// through a link as its last part, and only when it is a regular file of
+// theirs of at most kMaxSourceBytes. nullopt with the reason in why.
+std::optional<std::string> ReadSource(const std::string& path, uid_t requester, std::string& why) {
+  const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  UniqueFd fd;
+  if (::geteuid() != 0 || requester == 0) {
+    fd.Reset(::open(path.c_str(), flags));
+  } else {
+    RequesterRights rights(requester);
+    if (!rights.Held()) {
+      why = "cannot take on the requester's rights";
+      return std::nullopt;
+    }
+    fd.Reset(::open(path.c_str(), flags));
+  }
+  if (!fd.Valid()) {
+    why = errno == ELOOP ? "a link" : std::string("cannot open: ") + std::strerror(errno);
+    return std::nullopt;
+  }
+  struct stat info {};
+  if (::fstat(fd.Get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    why = "not a regular file";
+    return std::nullopt;
+  }
+  if (info.st_uid != requester) {
+    why = "owned by uid " + std::to_string(info.st_uid);
+    return std::nullopt;
+  }
+  std::optional<std::string> data = ReadAll(fd.Get(), PpdReplacer::kMaxSourceBytes);
+  if (!data || data->size() > static_cast<size_t>(PpdReplacer::kMaxSourceBytes)) {
+    why = data ? "larger than 4 MiB" : "cannot read";
+    return std::nullopt;
+  }
+  return data;
 }
 
 // A temporary file in the folder that is removed again unless Commit()
@@ -161,26 +263,21 @@ PpdReplacer::Outcome PpdReplacer::Replace(const std::string& source, const std::
   if (!S_ISREG(installedStat.st_mode)) return Refuse("the destination is not a regular file");
   if (installedStat.st_nlink != 1) return Refuse("the destination has more than one link");
   if (installedStat.st_size > kMaxSourceBytes) return Refuse("the destination is too large");
-
-  // lstat only keeps the service from opening devices; fstat after the
-  // O_NOFOLLOW open is what decides.
-  struct stat sourceStat {};
-  if (::lstat(source.c_str(), &sourceStat) != 0) return Refuse("cannot find the source");
-  if (S_ISLNK(sourceStat.st_mode)) return Refuse("the source is a link");
-  if (!S_ISREG(sourceStat.st_mode)) return Refuse("the source is not a regular file");
-  UniqueFd sourceFd(::open(source.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  if (!sourceFd.Valid()) return Refuse(errno == ELOOP ? "the source is a link" : "cannot open the source");
-  if (::fstat(sourceFd.Get(), &sourceStat) != 0) return Refuse("cannot inspect the source");
-  if (!S_ISREG(sourceStat.st_mode)) return Refuse("the source is not a regular file");
-  if (sourceStat.st_uid != requester) return Refuse("the source does not belong to the requester");
-  if (sourceStat.st_size > kMaxSourceBytes) return Refuse("the source is larger than 4 MiB");
-
-  std::optional<std::string> edited = ReadAll(sourceFd.Get(), kMaxSourceBytes);
-  if (!edited) return Refuse("cannot read the source");
-  if (edited->size() > static_cast<size_t>(kMaxSourceBytes)) return Refuse("the source is larger than 4 MiB");
   std::optional<std::string> installed = ReadAll(installedFd.Get(), kMaxSourceBytes);
   if (!installed || installed->size() > static_cast<size_t>(kMaxSourceBytes))
     return Refuse("cannot read the destination");
+  if (card_models::ModelOfPcFileName(PcFileName(*installed)) < 0)
+    return Refuse("the destination is not the PPD of a VKT card printer");
+
+  // The source is read with the requester's rights, and every problem with
+  // it gets the same answer: a requester learns nothing of files it cannot
+  // reach. The reason goes to the service's log only.
+  std::string why;
+  std::optional<std::string> edited = ReadSource(source, requester, why);
+  if (!edited) {
+    VktLog("source %s of uid %u refused: %s", source.c_str(), static_cast<unsigned>(requester), why.c_str());
+    return Refuse(kSourceRefusal);
+  }
 
   if (std::optional<std::string> reason = PpdEditCheck::FindForbiddenChange(*installed, *edited))
     return Refuse("the edited PPD changes more than the settings: " + *reason);

@@ -1,5 +1,6 @@
-// Puts an edited PPD in place of an installed one: checks both paths, the
-// source's owner and size, and the content rule, then replaces the file
+// Puts an edited PPD in place of an installed card-printer PPD: checks both
+// paths, reads the source with the requester's rights, checks its owner and
+// size and the content rule, then replaces the file
 // atomically (the previous file kept as <queue>.ppd.O). Killed at any moment
 // it leaves the old PPD or the new one, whole.
 #pragma once
@@ -28,6 +29,8 @@ class PpdReplacer {
   const std::string& Folder() const { return folder_; }
 
   static constexpr off_t kMaxSourceBytes = 4 * 1024 * 1024;
+  // The one answer to every problem with the source file.
+  static constexpr const char* kSourceRefusal = "the source is not a readable PPD file of the requester";
   // Every temporary file in the folder starts with this name.
   static constexpr const char* kTemporaryPrefix = ".vkts3-ppd-service.";
 

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -39,7 +40,7 @@ std::string UidText(std::optional<uid_t> uid) { return uid ? std::to_string(*uid
 }  // namespace
 
 PpdService::PpdService(PpdServiceOptions options)
-    : options_(std::move(options)), policy_(options_.group), replacer_(options_.ppdFolder) {
+    : options_(std::move(options)), policy_(options_.groups), replacer_(options_.ppdFolder) {
   int pipeFds[2];
   if (::pipe2(pipeFds, O_CLOEXEC | O_NONBLOCK) == 0) {
     wakeRead_.Reset(pipeFds[0]);
@@ -99,9 +100,15 @@ void PpdService::Stop() {
 void PpdService::Run() {
   struct Waiting {
     UniqueFd fd;
+    std::optional<uid_t> uid;  // the owner of the client's socket, looked up at accept
     Clock::time_point deadline;
   };
   std::vector<Waiting> waiting;
+  std::set<std::optional<uid_t>> overCap;  // users whose refused connection was logged
+  const auto share = [&](const std::optional<uid_t>& uid) {
+    return static_cast<size_t>(
+        std::count_if(waiting.begin(), waiting.end(), [&](const Waiting& w) { return w.uid == uid; }));
+  };
   while (listener_.Valid()) {
     std::vector<pollfd> fds;
     fds.push_back({wakeRead_.Get(), POLLIN, 0});
@@ -126,34 +133,43 @@ void PpdService::Run() {
     std::vector<Waiting> still;
     for (size_t i = 0; i < waiting.size(); ++i) {
       if (fds[i + 2].revents)
-        Serve(waiting[i].fd.Get());
+        Serve(waiting[i].fd.Get(), waiting[i].uid);
       else if (now >= waiting[i].deadline)
         VktLog("request from uid %s: nothing received within %lld ms, connection dropped",
-               UidText(PeerUid::OfConnection(waiting[i].fd.Get())).c_str(),
-               static_cast<long long>(options_.readTimeout.count()));
+               UidText(waiting[i].uid).c_str(), static_cast<long long>(options_.readTimeout.count()));
       else
         still.push_back(std::move(waiting[i]));
     }
     waiting = std::move(still);
+    std::erase_if(overCap,
+                  [&](const std::optional<uid_t>& uid) { return share(uid) < options_.maxConnectionsPerUser; });
 
     if (fds[1].revents & POLLIN) {
       while (waiting.size() < options_.maxConnections) {
-        int fd = ::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-        if (fd < 0) break;
-        waiting.push_back({UniqueFd(fd), Clock::now() + options_.readTimeout});
+        UniqueFd fd(::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (!fd.Valid()) break;
+        // One user holding every slot would keep all others waiting: past
+        // its share, a user's connection is closed unanswered.
+        std::optional<uid_t> uid = PeerUid::OfConnection(fd.Get());
+        if (share(uid) >= options_.maxConnectionsPerUser) {
+          if (overCap.insert(uid).second)
+            VktLog("uid %s holds %zu connections already; its further connections are closed", UidText(uid).c_str(),
+                   options_.maxConnectionsPerUser);
+          continue;
+        }
+        waiting.push_back({std::move(fd), uid, Clock::now() + options_.readTimeout});
       }
     }
   }
 }
 
-void PpdService::Serve(int connection) const {
+void PpdService::Serve(int connection, std::optional<uid_t> requester) const {
   // The client sends its request in one piece and then waits for the
   // answer without closing: the bytes of this one read are the request.
   char buffer[4096];
   ssize_t got;
   do got = ::recv(connection, buffer, sizeof buffer, 0);
   while (got < 0 && errno == EINTR);
-  std::optional<uid_t> requester = PeerUid::OfConnection(connection);
   if (got <= 0) {
     VktLog("request from uid %s: connection closed without a request", UidText(requester).c_str());
     return;
@@ -170,7 +186,7 @@ std::string PpdService::Answer(std::string_view request, size_t requestLength, s
   if (requestLength > kMaxRequestBytes) return "ERROR: request longer than 256 bytes";
   if (!requester) return "ERROR: cannot identify the requesting user";
   if (!policy_.Allows(*requester))
-    return "ERROR: user " + std::to_string(*requester) + " is neither root nor in group " + policy_.Group();
+    return "ERROR: user " + std::to_string(*requester) + " is neither root nor in " + policy_.GroupsText();
 
   // The client formats into a zero-filled buffer; a sender of the whole
   // buffer sends trailing NULs, which are not part of the request.

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "PpdReplacer.h"
 #include "RequesterPolicy.h"
@@ -16,10 +17,11 @@
 
 struct PpdServiceOptions {
   int port = 24671;                             // 0: any free port (tests)
-  std::string group = "lpadmin";                // members may ask besides root
+  std::vector<std::string> groups{"lpadmin"};   // members may ask besides root
   std::string ppdFolder;                        // e.g. /etc/cups/ppd
   std::chrono::milliseconds readTimeout{5000};  // a silent client is dropped after this
   size_t maxConnections = 32;                   // waiting connections served at once
+  size_t maxConnectionsPerUser = 4;             // one user's share of them: more are closed at once
 };
 
 class PpdService {
@@ -46,7 +48,7 @@ class PpdService {
   static constexpr size_t kMaxRequestBytes = 256;
 
  private:
-  void Serve(int connection) const;
+  void Serve(int connection, std::optional<uid_t> requester) const;
 
   PpdServiceOptions options_;
   RequesterPolicy policy_;

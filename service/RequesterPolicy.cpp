@@ -1,32 +1,34 @@
-// Membership test for the group that may replace PPD files.
+// Membership test for the groups that may replace PPD files.
 #include "RequesterPolicy.h"
 
 #include <grp.h>
 #include <pwd.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <sstream>
 #include <utility>
-#include <vector>
 
-RequesterPolicy::RequesterPolicy(std::string group) : group_(std::move(group)) {}
+RequesterPolicy::RequesterPolicy(std::vector<std::string> groups) : groups_(std::move(groups)) {}
 
 bool RequesterPolicy::Allows(uid_t uid) const {
   if (uid == 0) return true;
-  if (group_.empty()) return false;
 
-  std::vector<char> buffer(16384);
-  group groupEntry{};
-  group* foundGroup = nullptr;
-  if (::getgrnam_r(group_.c_str(), &groupEntry, buffer.data(), buffer.size(), &foundGroup) != 0 || !foundGroup)
-    return false;  // no such group: only root may ask
-  const gid_t allowed = foundGroup->gr_gid;
+  std::vector<gid_t> allowed;
+  for (const std::string& name : groups_) {
+    std::vector<char> buffer(16384);
+    group entry{};
+    group* found = nullptr;
+    if (!name.empty() && ::getgrnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) == 0 && found)
+      allowed.push_back(found->gr_gid);
+  }
+  if (allowed.empty()) return false;  // no such group: only root may ask
 
   std::vector<char> userBuffer(16384);
   passwd userEntry{};
   passwd* foundUser = nullptr;
   if (::getpwuid_r(uid, &userEntry, userBuffer.data(), userBuffer.size(), &foundUser) != 0 || !foundUser) return false;
-  if (foundUser->pw_gid == allowed) return true;
 
   int count = 64;
   std::vector<gid_t> groups(static_cast<size_t>(count));
@@ -35,5 +37,28 @@ bool RequesterPolicy::Allows(uid_t uid) const {
     if (::getgrouplist(foundUser->pw_name, foundUser->pw_gid, groups.data(), &count) < 0) return false;
   }
   groups.resize(static_cast<size_t>(count));
-  return std::find(groups.begin(), groups.end(), allowed) != groups.end();
+  groups.push_back(foundUser->pw_gid);
+  return std::any_of(groups.begin(), groups.end(),
+                     [&](gid_t gid) { return std::find(allowed.begin(), allowed.end(), gid) != allowed.end(); });
+}
+
+std::string RequesterPolicy::GroupsText() const {
+  std::string names;
+  for (const std::string& name : groups_) names += (names.empty() ? "" : ", ") + name;
+  return (groups_.size() == 1 ? "group " : "any of the groups ") + names;
+}
+
+std::vector<std::string> RequesterPolicy::SystemGroups(std::string_view cupsFilesConf) {
+  std::vector<std::string> groups;
+  std::istringstream lines{std::string(cupsFilesConf)};
+  std::string line;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string directive;
+    // Directive names are matched without regard to case, as the scheduler does.
+    if (!(words >> directive) || ::strcasecmp(directive.c_str(), "SystemGroup") != 0) continue;
+    groups.clear();
+    for (std::string name; words >> name;) groups.push_back(name);
+  }
+  return groups;
 }

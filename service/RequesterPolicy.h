@@ -1,22 +1,30 @@
 // Decides who may ask the service to replace a PPD: root, and the members of
-// one group (lpadmin by default, the group CUPS trusts with queue set-up).
+// the groups CUPS trusts with queue set-up (by default the scheduler's own
+// SystemGroup: lpadmin on Debian, sys, root and wheel on Fedora).
 #pragma once
 
 #include <sys/types.h>
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 class RequesterPolicy {
  public:
-  explicit RequesterPolicy(std::string group);
+  explicit RequesterPolicy(std::vector<std::string> groups);
 
-  // Root always; another user when the group exists and is the user's
-  // primary group or one of their supplementary groups. Looked up on every
-  // call so a change of membership counts at once.
+  // Root always; another user when one of the groups exists and is the
+  // user's primary group or one of their supplementary groups. Looked up on
+  // every call so a change of membership counts at once.
   bool Allows(uid_t uid) const;
 
-  const std::string& Group() const { return group_; }
+  // "group lpadmin", or "any of the groups sys, root, wheel".
+  std::string GroupsText() const;
+
+  // The groups of the SystemGroup directive in the text of cups-files.conf
+  // (the last one counts, as for the scheduler); empty when there is none.
+  static std::vector<std::string> SystemGroups(std::string_view cupsFilesConf);
 
  private:
-  std::string group_;
+  std::vector<std::string> groups_;
 };

@@ -1,5 +1,7 @@
-// vkts3-ppd-service [--port PORT] [--group NAME]: the root service that puts
-// PPD files edited by the settings tool in place in $CUPS_SERVERROOT/ppd.
+// vkts3-ppd-service [--port PORT] [--group NAME]...: the root service that
+// puts PPD files edited by the settings tool in place in $CUPS_SERVERROOT/ppd.
+// Members of the groups named, by default those of the scheduler's
+// SystemGroup in $CUPS_SERVERROOT/cups-files.conf, may ask besides root.
 // Under systemd it serves on the socket its socket unit holds from boot (no
 // other local program can take the port first); started by hand it binds
 // the port itself.
@@ -9,7 +11,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include "Log.h"
 #include "Paths.h"
@@ -38,7 +43,7 @@ int InheritedSocket() {
 }
 
 int Usage() {
-  std::fprintf(stderr, "usage: vkts3-ppd-service [--port PORT] [--group NAME]\n");
+  std::fprintf(stderr, "usage: vkts3-ppd-service [--port PORT] [--group NAME]...\n");
   return 2;
 }
 
@@ -49,12 +54,13 @@ int main(int argc, char** argv) {
   options.port = 24671;
   options.ppdFolder = vkt_paths::PpdFolder();
   bool portGiven = false;
+  std::vector<std::string> groups;
   for (int i = 1; i < argc; ++i) {
     std::string arg = argv[i];
     if ((arg == "--port" || arg == "--group") && i + 1 < argc) {
       std::string value = argv[++i];
       if (arg == "--group") {
-        options.group = value;
+        groups.push_back(value);
         continue;
       }
       char* end = nullptr;
@@ -66,6 +72,19 @@ int main(int argc, char** argv) {
       return Usage();
     }
   }
+
+  std::string groupSource = "--group";
+  if (groups.empty()) {
+    groupSource = vkt_paths::CupsServerRoot() + "/cups-files.conf";
+    std::ifstream conf(groupSource);
+    groups = RequesterPolicy::SystemGroups(std::string(std::istreambuf_iterator<char>(conf), {}));
+    if (groups.empty()) {
+      // Debian's scheduler is built with this one.
+      groups = {"lpadmin"};
+      groupSource += " names no SystemGroup";
+    }
+  }
+  options.groups = groups;
 
   PpdService service(options);
   const int inherited = portGiven ? -1 : InheritedSocket();
@@ -80,8 +99,9 @@ int main(int argc, char** argv) {
   sigaction(SIGINT, &action, nullptr);
   signal(SIGPIPE, SIG_IGN);
 
-  VktLog("vkts3-ppd-service listening on 127.0.0.1:%d%s, PPD folder %s, group %s", port,
-         inherited >= 0 ? " (socket from systemd)" : "", options.ppdFolder.c_str(), options.group.c_str());
+  VktLog("vkts3-ppd-service listening on 127.0.0.1:%d%s, PPD folder %s, %s (%s)", port,
+         inherited >= 0 ? " (socket from systemd)" : "", options.ppdFolder.c_str(),
+         RequesterPolicy(options.groups).GroupsText().c_str(), groupSource.c_str());
   service.Run();
   gService = nullptr;
   VktLog("vkts3-ppd-service stopped");

@@ -1,8 +1,10 @@
 // Finding the user behind a loopback connection, and who may ask. The
 // lookups on a real connection are exercised by the service tests.
 #include <arpa/inet.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <pwd.h>
 #include <unistd.h>
 
 #include "PeerUid.h"
@@ -44,15 +46,56 @@ TEST(PeerUid, ProcNetTcpGivesTheOwnerOfTheClientsEstablishedSocket) {
   }
 }
 
-TEST(RequesterPolicy, RootAlwaysOthersOnlyThroughTheGroup) {
-  EXPECT_TRUE(RequesterPolicy("lpadmin").Allows(0));
-  EXPECT_TRUE(RequesterPolicy("vkt-no-such-group").Allows(0));
-  EXPECT_FALSE(RequesterPolicy("vkt-no-such-group").Allows(service_test::kNobody));
-  EXPECT_FALSE(RequesterPolicy("").Allows(service_test::kNobody));
-  // nobody's primary group is nogroup; it is in no other group.
-  EXPECT_TRUE(RequesterPolicy("nogroup").Allows(service_test::kNobody));
-  EXPECT_FALSE(RequesterPolicy("root").Allows(service_test::kNobody));
-  EXPECT_FALSE(RequesterPolicy("nogroup").Allows(4000000));  // a uid without an account
+TEST(RequesterPolicy, RootAlwaysOthersOnlyThroughOneOfTheGroups) {
+  using Groups = std::vector<std::string>;
+  const uid_t nobody = service_test::kNobody;
+  const struct {
+    Groups groups;
+    uid_t uid;
+    bool allowed;
+  } cases[] = {
+      {{"lpadmin"}, 0, true},
+      {{"vkt-no-such-group"}, 0, true},
+      {{"vkt-no-such-group"}, nobody, false},
+      {{""}, nobody, false},
+      {{}, nobody, false},
+      // nobody's primary group is nogroup; it is in no other group.
+      {{"nogroup"}, nobody, true},
+      {{"root"}, nobody, false},
+      {{"sys", "vkt-no-such-group", "nogroup"}, nobody, true},
+      {{"nogroup"}, 4000000, false},  // a uid without an account
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.groups) + " uid " + std::to_string(c.uid));
+    EXPECT_EQ(RequesterPolicy(c.groups).Allows(c.uid), c.allowed);
+  }
+  // A member through the group list only (not the primary group), where the
+  // system has such a user.
+  setgrent();
+  while (group* entry = getgrent()) {
+    for (char** member = entry->gr_mem; *member; ++member) {
+      passwd* user = getpwnam(*member);
+      if (!user || user->pw_gid == entry->gr_gid) continue;
+      SCOPED_TRACE(std::string(*member) + " in " + entry->gr_name);
+      EXPECT_TRUE(RequesterPolicy({entry->gr_name}).Allows(user->pw_uid));
+      EXPECT_FALSE(RequesterPolicy({"vkt-no-such-group"}).Allows(user->pw_uid));
+    }
+  }
+  endgrent();
+  EXPECT_EQ(RequesterPolicy({"lpadmin"}).GroupsText(), "group lpadmin");
+  EXPECT_EQ(RequesterPolicy({"sys", "root", "wheel"}).GroupsText(), "any of the groups sys, root, wheel");
+}
+
+TEST(RequesterPolicy, SystemGroupsOfCupsFilesConf) {
+  const std::pair<std::string, std::vector<std::string>> cases[] = {
+      {"# Administrator user group...\nSystemGroup lpadmin\nLogLevel warn\n", {"lpadmin"}},
+      {"SystemGroup sys root wheel\n", {"sys", "root", "wheel"}},
+      {"  systemgroup\tadmin  lpadmin\r\n", {"admin", "lpadmin"}},
+      {"SystemGroup lpadmin\nSystemGroup sys\n", {"sys"}},
+      {"#SystemGroup lpadmin\nSystemGroupX x\nUser lp\n", {}},
+      {"", {}},
+  };
+  for (const auto& [text, groups] : cases) EXPECT_EQ(RequesterPolicy::SystemGroups(text), groups) << text;
 }
 
 }  // namespace

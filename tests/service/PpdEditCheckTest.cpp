@@ -11,6 +11,8 @@ namespace {
 TEST(PpdEditCheck, EditsOfTheFixtureAreAcceptedOrRefusedWithTheirReason) {
   const std::string installed = service_test::ReadFile(service_test::OwnFixturePpd());
   const std::string filter = "*cupsFilter2: \"application/pdf application/vnd.cups-raw 0 -\"";
+  const std::string kFileNameRule =
+      "the value of FileName is not a plain file name of at most 32 letters, digits, '.', '_' or '-'";
   const struct {
     std::string from, to;
     std::optional<std::string> reason;  // nullopt: accepted
@@ -25,9 +27,21 @@ TEST(PpdEditCheck, EditsOfTheFixtureAreAcceptedOrRefusedWithTheirReason) {
       {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text", std::nullopt},
       {"*DefaultVKTS32RibbonCombination: 1FrontYmckoBackYmcko", "*DefaultVKTS32RibbonCombination: 16FrontWr",
        std::nullopt},
-      {"*FileName:VKTS3.log", "*FileName:Cards 2026.log", std::nullopt},
+      {"*FileName:VKTS3.log", "*FileName:Cards_2026-11.log", std::nullopt},
       {"StaticText:Orvex", "StaticText:Badge office \xC3\xA9t\xC3\xA9", std::nullopt},
-      {"StaticText:Orvex", "StaticText:" + std::string(255, 'x'), std::nullopt},
+      {"PrinterIPAddress: 192.168.1.20", "PrinterIPAddress: card-7.example.org", std::nullopt},
+      // The driver writes its log to the file name, acts on the address:
+      // each text keeps to the rule of its field.
+      {"*FileName:VKTS3.log", "*FileName:../../../../etc/cron.d/x", "line 142: " + kFileNameRule},
+      {"*FileName:VKTS3.log", "*FileName:/root/.bashrc", "line 142: " + kFileNameRule},
+      {"*FileName:VKTS3.log", "*FileName:..", "line 142: " + kFileNameRule},
+      {"Separator:,", "Separator:;;", "line 141: the value of Separator is not one printable character"},
+      {"StaticText:Orvex", "StaticText:Badge office \xC3\xA9t\xC3\xA9!",
+       "line 143: the value of StaticText is longer than 16 characters"},
+      {"PrinterIPAddress: 192.168.1.20", "PrinterIPAddress: 10.0.0.1;reboot",
+       "line 123: the value of PrinterIPAddress is not an IPv4 address or host name"},
+      {"PrinterSerialNo: S32-000123", "PrinterSerialNo: S32/../x",
+       "line 124: the value of PrinterSerialNo holds more than letters, digits and '-'"},
       // Added or removed lines.
       {"*FrontX: 0\n", "*FrontX: 0\n*cupsFilter2: \"application/pdf application/vnd.cups-raw 0 /tmp/x\"\n",
        "the edited PPD has 146 lines, the installed one 145"},

@@ -84,7 +84,7 @@ class ServiceProgramTest : public ::testing::Test {
   // B differs from A in long editable lines, so a torn file cannot look whole.
   const std::string b = ReplaceOnce(
       ReplaceOnce(a, "*DefaultVKTS32PrintingMode: 0PrintnEncode", "*DefaultVKTS32PrintingMode: 1EncodeOnly"),
-      "StaticText:Orvex", "StaticText:" + std::string(250, 'b'));
+      "PrinterSerialNo: S32-000123", "PrinterSerialNo: " + std::string(250, 'b'));
 };
 
 TEST_F(ServiceProgramTest, ServesLogsEveryRequestStopsOnSigtermAndRefusesBadOptions) {
@@ -103,15 +103,28 @@ TEST_F(ServiceProgramTest, ServesLogsEveryRequestStopsOnSigtermAndRefusesBadOpti
   const std::string log = program.Log(), uid = std::to_string(::getuid());
   const size_t start = log.find("vkts3-ppd-service listening on 127.0.0.1:" + std::to_string(port) + ", PPD folder ");
   ASSERT_NE(start, std::string::npos) << log;
-  EXPECT_EQ(log.substr(start), "vkts3-ppd-service listening on 127.0.0.1:" + std::to_string(port) + ", PPD folder " +
-                                   root.Path() + "/ppd, group " + ServiceGroupForTests() + "\nrequest from uid " + uid +
-                                   " \"" + sourceB + "|" + card + "\": OK\nrequest from uid " + uid + " \"" + sourceB +
-                                   "|" + sourceA + "\": ERROR: the destination is not in the PPD folder\n" +
-                                   "vkts3-ppd-service stopped\n");
+  EXPECT_EQ(log.substr(start),
+            "vkts3-ppd-service listening on 127.0.0.1:" + std::to_string(port) + ", PPD folder " + root.Path() +
+                "/ppd, group " + ServiceGroupForTests() + " (--group)\nrequest from uid " + uid + " \"" + sourceB +
+                "|" + card + "\": OK\nrequest from uid " + uid + " \"" + sourceB + "|" + sourceA +
+                "\": ERROR: the destination is not in the PPD folder\n" + "vkts3-ppd-service stopped\n");
   for (const char* bad : {"http", "70000", ""}) {
     ServiceProgram program(root.Path(), {"--port", bad});
     EXPECT_EQ(WEXITSTATUS(program.Stop(0)), 2) << bad;
-    EXPECT_EQ(program.Log(), "usage: vkts3-ppd-service [--port PORT] [--group NAME]\n");
+    EXPECT_EQ(program.Log(), "usage: vkts3-ppd-service [--port PORT] [--group NAME]...\n");
+  }
+  // Without --group, the groups the scheduler trusts: its SystemGroup line.
+  const std::pair<std::string, std::string> confs[] = {
+      {"LogLevel warn\nSystemGroup sys nogroup\n",
+       "any of the groups sys, nogroup (" + root.Path() + "/cups-files.conf)"},
+      {"LogLevel warn\n", "group lpadmin (" + root.Path() + "/cups-files.conf names no SystemGroup)"},
+  };
+  for (const auto& [conf, groups] : confs) {
+    WriteFile(root.Path() + "/cups-files.conf", conf);
+    ServiceProgram program(root.Path(), {"--port", "0"});
+    ASSERT_GT(program.WaitForPort(), 0);
+    EXPECT_NE(program.Log().find(", PPD folder " + root.Path() + "/ppd, " + groups + "\n"), std::string::npos)
+        << program.Log();
   }
 }
 

@@ -131,7 +131,7 @@ void ServiceFixture::StartService(const std::string& group, std::chrono::millise
   StopService();
   PpdServiceOptions options;
   options.port = 0;
-  options.group = group;
+  options.groups = {group};
   options.ppdFolder = ppdFolder;
   options.readTimeout = readTimeout;
   service_ = std::make_unique<PpdService>(options);

@@ -6,6 +6,7 @@
 #include "Cli.h"
 #include "JobLogModel.h"
 #include "Paths.h"
+#include "PpdTextValues.h"
 
 namespace cli {
 namespace {
@@ -17,30 +18,23 @@ struct Setting {
   const char* name;
   ToggleControl JobLogModel::Outlets::*box;  // null for the texts
   TextControl JobLogModel::Outlets::*text;
-  size_t limit;
 };
 constexpr std::array<Setting, 14> kSettings{{
-    {"EnableLog", &JobLogModel::Outlets::EnableLogging, nullptr, 0},
-    {"EachDayLogFile", &JobLogModel::Outlets::JobLogNewFile, nullptr, 0},
-    {"Time", &JobLogModel::Outlets::JobLogTime, nullptr, 0},
-    {"Date", &JobLogModel::Outlets::JobLogDate, nullptr, 0},
-    {"SerialNumber", &JobLogModel::Outlets::PrinterSerialNumber, nullptr, 0},
-    {"IPAddress", &JobLogModel::Outlets::PrinterIPAddress, nullptr, 0},
-    {"UserName", &JobLogModel::Outlets::PrinterUserName, nullptr, 0},
-    {"JobID", &JobLogModel::Outlets::SpoolerJobNumber, nullptr, 0},
-    {"MTrack1", &JobLogModel::Outlets::Track1Data, nullptr, 0},
-    {"MTrack2", &JobLogModel::Outlets::Track2Data, nullptr, 0},
-    {"MTrack3", &JobLogModel::Outlets::Track3Data, nullptr, 0},
-    {"StaticText", nullptr, &JobLogModel::Outlets::JobLogStaticTextField, 16},
-    {"FileName", nullptr, &JobLogModel::Outlets::JobLogFileName, 32},
-    {"Separator", nullptr, &JobLogModel::Outlets::JobLogSeparator, 1},
+    {"EnableLog", &JobLogModel::Outlets::EnableLogging, nullptr},
+    {"EachDayLogFile", &JobLogModel::Outlets::JobLogNewFile, nullptr},
+    {"Time", &JobLogModel::Outlets::JobLogTime, nullptr},
+    {"Date", &JobLogModel::Outlets::JobLogDate, nullptr},
+    {"SerialNumber", &JobLogModel::Outlets::PrinterSerialNumber, nullptr},
+    {"IPAddress", &JobLogModel::Outlets::PrinterIPAddress, nullptr},
+    {"UserName", &JobLogModel::Outlets::PrinterUserName, nullptr},
+    {"JobID", &JobLogModel::Outlets::SpoolerJobNumber, nullptr},
+    {"MTrack1", &JobLogModel::Outlets::Track1Data, nullptr},
+    {"MTrack2", &JobLogModel::Outlets::Track2Data, nullptr},
+    {"MTrack3", &JobLogModel::Outlets::Track3Data, nullptr},
+    {"StaticText", nullptr, &JobLogModel::Outlets::JobLogStaticTextField},
+    {"FileName", nullptr, &JobLogModel::Outlets::JobLogFileName},
+    {"Separator", nullptr, &JobLogModel::Outlets::JobLogSeparator},
 }};
-
-size_t Characters(const std::string& text) {
-  size_t count = 0;
-  for (unsigned char c : text) count += (c & 0xC0) != 0x80;
-  return count;
-}
 
 std::string Shown(JobLogModel& model, const Setting& setting) {
   if (setting.box) return (model.ui.*setting.box).IsChecked() ? "1" : "0";
@@ -59,8 +53,8 @@ std::string Set(JobLogModel& model, const Setting& setting, const std::string& v
     if (setting.box == &JobLogModel::Outlets::JobLogNewFile) model.CheckedCreateNewFile();
     return {};
   }
-  if (Characters(value) > setting.limit)
-    return name + " holds at most " + std::to_string(setting.limit) + " character" + (setting.limit > 1 ? "s" : "");
+  // A text the job-log window would not keep is refused with its rule, not cut.
+  if (const auto problem = ppd_text_values::Problem(name, value)) return *problem;
   if (setting.text == &JobLogModel::Outlets::JobLogStaticTextField) {
     // The static text has its own check box: an empty text turns it off.
     if (!model.ui.StaticText.IsEnabled()) return name + " cannot be changed while logging is off";
@@ -110,8 +104,8 @@ void AddJobLogCommands(std::vector<Command>& commands) {
                       "QUEUE [--set NAME=VALUE]... [--json]",
                       "Prints the driver's job-log settings of the queue's PPD as the job-log window shows them, "
                       "under the PPD's own names (EnableLog, EachDayLogFile, Time, Date, SerialNumber, IPAddress, "
-                      "UserName, JobID, MTrack1-3: 0 or 1; StaticText, FileName, Separator: texts of at most 16, 32 "
-                      "and 1 characters). With --set, changes them as a user would, by the window's rules, and saves "
+                      "UserName, JobID, MTrack1-3: 0 or 1; StaticText: at most 16 characters; FileName: a plain file "
+                      "name of at most 32 letters, digits, '.', '_' or '-'; Separator: one printable character). With --set, changes them as a user would, by the window's rules, and saves "
                       "them through the PPD service.",
                       {"set"},
                       JobLogCommand,

@@ -160,7 +160,7 @@ TEST(Cli, DriverSettingsShowTheStoredDefaultsAndReportARefusedSave) {
             "0\nMTrack1: 0\nMTrack2: 0\nMTrack3: 0\nStaticText: Orvex\nFileName: VKTS3.log\nSeparator: ,\n");
   EXPECT_EQ(Cli("job-log Card2 --set Time=1").err, "vkts3-cli: Time cannot be changed while logging is off\n");
   EXPECT_EQ(Cli("job-log Card2 --set EnableLog=1 --set 'Separator=;;'").err,
-            "vkts3-cli: Separator holds at most 1 character\n");
+            "vkts3-cli: the value of Separator is not one printable character\n");
   CliRun jobLog = Cli("job-log Card2 --set EnableLog=1");
   EXPECT_EQ(jobLog.status, 1);
   EXPECT_EQ(jobLog.err, "vkts3-cli: the job-log settings were not saved\n");

@@ -3,8 +3,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <grp.h>
-#include <pwd.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -19,6 +17,7 @@
 #include "CardModels.h"
 #include "Log.h"
 #include "PpdEditCheck.h"
+#include "RequesterPolicy.h"
 #include "UniqueFd.h"
 
 namespace {
@@ -109,25 +108,17 @@ std::string_view PcFileName(std::string_view ppd) {
 class RequesterRights {
  public:
   explicit RequesterRights(uid_t uid) {
-    std::vector<char> buffer(16384);
-    passwd entry{};
-    passwd* found = nullptr;
-    if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found) return;
-    int count = 64;
-    std::vector<gid_t> groups(static_cast<size_t>(count));
-    if (::getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) {
-      groups.resize(static_cast<size_t>(count));
-      if (::getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) return;
-    }
+    const std::optional<RequesterPolicy::Account> account = RequesterPolicy::AccountOf(uid);
+    if (!account) return;
     savedGroups_.resize(static_cast<size_t>(::getgroups(0, nullptr)));
     if (::getgroups(static_cast<int>(savedGroups_.size()), savedGroups_.data()) < 0) return;
-    if (::syscall(SYS_setgroups, static_cast<size_t>(count), groups.data()) != 0) return;
+    if (::syscall(SYS_setgroups, account->groups.size(), account->groups.data()) != 0) return;
     switched_ = true;
-    ::syscall(SYS_setfsgid, found->pw_gid);
+    ::syscall(SYS_setfsgid, account->gid);
     ::syscall(SYS_setfsuid, uid);
     // setfsuid answers the previous id, and -1 changes nothing: the check.
     held_ = ::syscall(SYS_setfsuid, -1) == static_cast<long>(uid) &&
-            ::syscall(SYS_setfsgid, -1) == static_cast<long>(found->pw_gid);
+            ::syscall(SYS_setfsgid, -1) == static_cast<long>(account->gid);
   }
   ~RequesterRights() {
     if (!switched_) return;

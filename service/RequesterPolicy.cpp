@@ -25,21 +25,25 @@ bool RequesterPolicy::Allows(uid_t uid) const {
   }
   if (allowed.empty()) return false;  // no such group: only root may ask
 
-  std::vector<char> userBuffer(16384);
-  passwd userEntry{};
-  passwd* foundUser = nullptr;
-  if (::getpwuid_r(uid, &userEntry, userBuffer.data(), userBuffer.size(), &foundUser) != 0 || !foundUser) return false;
+  const std::optional<Account> account = AccountOf(uid);
+  return account && std::any_of(account->groups.begin(), account->groups.end(), [&](gid_t gid) {
+           return std::find(allowed.begin(), allowed.end(), gid) != allowed.end();
+         });
+}
 
+std::optional<RequesterPolicy::Account> RequesterPolicy::AccountOf(uid_t uid) {
+  std::vector<char> buffer(16384);
+  passwd entry{};
+  passwd* found = nullptr;
+  if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found) return std::nullopt;
   int count = 64;
   std::vector<gid_t> groups(static_cast<size_t>(count));
-  if (::getgrouplist(foundUser->pw_name, foundUser->pw_gid, groups.data(), &count) < 0) {
+  if (::getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) {
     groups.resize(static_cast<size_t>(count));
-    if (::getgrouplist(foundUser->pw_name, foundUser->pw_gid, groups.data(), &count) < 0) return false;
+    if (::getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) return std::nullopt;
   }
   groups.resize(static_cast<size_t>(count));
-  groups.push_back(foundUser->pw_gid);
-  return std::any_of(groups.begin(), groups.end(),
-                     [&](gid_t gid) { return std::find(allowed.begin(), allowed.end(), gid) != allowed.end(); });
+  return Account{found->pw_gid, std::move(groups)};
 }
 
 std::string RequesterPolicy::GroupsText() const {

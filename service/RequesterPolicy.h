@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,14 @@ class RequesterPolicy {
 
   // "group lpadmin", or "any of the groups sys, root, wheel".
   std::string GroupsText() const;
+
+  // The primary group of an account and all its groups (the primary one
+  // among them); nullopt when the uid has no account.
+  struct Account {
+    gid_t gid;
+    std::vector<gid_t> groups;
+  };
+  static std::optional<Account> AccountOf(uid_t uid);
 
   // The groups of the SystemGroup directive in the text of cups-files.conf
   // (the last one counts, as for the scheduler); empty when there is none.

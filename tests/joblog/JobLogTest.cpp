@@ -80,9 +80,12 @@ TEST_F(JobLogTest, LoadingShowsThePpdByTheEnableRules) {
       {ReplaceLine(fixture, "*Time: 0", "*Time: 1"), "0 0- 1-0-0-0-0-0-0-0-0- 1- 'VKTS3.log'- ','- 'Orvex' del-"},
       // A new file each day is off: its rule empties the name, then the PPD's name shows.
       {ReplaceLine(ReplaceLine(on, "*MTrack2: 0", "*MTrack2: 1"), "*FileName:VKTS3.log", "*FileName:Cards.log"),
-       "1 0 000000010 1 'Cards.log' ',' 'Orvex' del"}};
+       "1 0 000000010 1 'Cards.log' ',' 'Orvex' del"},
+      // No separator line, or an empty one: the field stays empty.
+      {ReplaceLine(on, "*Separator:,", ""), "1 0 000000000 1 'VKTS3.log' '' 'Orvex' del"},
+      {ReplaceLine(on, "*Separator:,", "*Separator:"), "1 0 000000000 1 'VKTS3.log' '' 'Orvex' del"},
+      {"", "0 0- 0-0-0-0-0-0-0-0-0- 0- 'VKTS3.log'- ''- ''- del-"}};  // unreadable
   for (const auto& [ppd, state] : cases) EXPECT_EQ(State(Open(ppd).ui), state);
-  EXPECT_EQ(State(Open("").ui), "0 0- 0-0-0-0-0-0-0-0-0- 0- 'VKTS3.log'- ''- ''- del-");  // unreadable
   EXPECT_TRUE(prompter.prompts.empty());
 }
 

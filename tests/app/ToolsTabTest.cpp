@@ -153,7 +153,7 @@ TEST_F(ToolsTab, ADownloadTakesNoSecondClickAndClosingWaitsForItsEnd) {
     app_->Tools().DownloadFwBtnClicked();
     ui().CloseBtn->click();
     app_->window()->close();
-    EXPECT_NE(app_->objDev(), nullptr);
+    EXPECT_TRUE(app_->window()->isVisible() && app_->objDev());
   };
   ui().FWDownloadBtn->click();
   EXPECT_FALSE(buttonOn);

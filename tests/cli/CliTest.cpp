@@ -107,7 +107,7 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
   EXPECT_EQ(set.status, 0) << set.err;
   EXPECT_EQ(set.out, "FrontX: 12\nFrontY: -4\nBackX: 3\nBackY: 0\n");
   EXPECT_EQ(Cli("offsets Card2 --set 0,0,0,0 --yes").status, 0);
-  EXPECT_EQ(Cli("offsets Card2 --set 1,2,3").status, 1);
+  EXPECT_EQ(Cli("offsets Card2 --set 1,2,3").err, "vkts3-cli: --set takes four whole numbers FX,FY,BX,BY, not 1,2,3\n");
 
   EXPECT_EQ(Cli("feeder Card2").out, "card (Card feeder)\n");
   CliRun feeder = Cli("feeder Card2 --set auto --json");
@@ -176,6 +176,8 @@ TEST(Cli, DriverSettingsShowTheStoredDefaultsAndReportARefusedSave) {
   EXPECT_EQ(Cli("job-log Card2 --set Time=1").err, "vkts3-cli: Time cannot be changed while logging is off\n");
   EXPECT_EQ(Cli("job-log Card2 --set EnableLog=1 --set 'Separator=;;'").err,
             "vkts3-cli: Separator holds at most 1 character\n");
+  EXPECT_EQ(Cli("job-log Card2 --set EnableLog=1 --set EachDayLogFile=1 --set FileName=x.log").err,
+            "vkts3-cli: FileName is VKTS3.log while a new file is made each day\n");
   CliRun jobLog = Cli("job-log Card2 --set EnableLog=1");
   EXPECT_EQ(jobLog.status, 1);
   EXPECT_EQ(jobLog.err, "vkts3-cli: the job-log settings were not saved\n");

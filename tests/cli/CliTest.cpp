@@ -113,6 +113,7 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
   CliRun feeder = Cli("feeder Card2 --set auto --json");
   EXPECT_EQ(feeder.out, "{\"queue\": \"Card2\", \"feeder\": \"auto\", \"text\": \"Auto feed\"}\n");
   EXPECT_EQ(feeder.err, "Orvex Printer Settings: Applying printer settings pease wait....\n");
+  EXPECT_EQ(Cli("feeder Card2 --set single").out, "single (Single feeder slot)\n");
   EXPECT_EQ(Cli("feeder Card2 --set card").out, "card (Card feeder)\n");
   EXPECT_EQ(Cli("feeder Card2 --set sideways").err, "vkts3-cli: --set takes card, single or auto, not sideways\n");
   // A mode the tool has no name for: the USB printer of our own answers 7.

@@ -182,6 +182,8 @@ TEST_F(JobLogTest, WindowRunsTheRulesOfItsWidgets) {
   file->clear();
   QTest::keyClicks(file, QString(33, QChar('a')));
   EXPECT_EQ(file->text(), QString(32, QChar('a')));
+  window.findChild<QCheckBox*>("JobLogNewFile")->click();  // a new file each day has the default name
+  EXPECT_EQ(file->text() + (file->isEnabled() ? " on" : " off"), "VKTS3.log off");
   window.findChild<QCheckBox*>("EnableLogging")->click();
   EXPECT_FALSE(window.findChild<QCheckBox*>("StaticText")->isEnabled());
   window.findChild<QPushButton*>("SaveLog")->click();

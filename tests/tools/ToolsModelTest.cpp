@@ -84,7 +84,9 @@ TEST_F(ToolsModelTest, ConsoleLinesAndTheReset) {
   }
   // "R" resets the printer: a notice, a pause, then the session connects again.
   Track();
-  EXPECT_EQ(Maintenance(Tools()).ExecuteConsoleLine("R").kind, Kind::kReset);
+  const Maintenance::ConsoleOutcome reset = Maintenance(Tools()).ExecuteConsoleLine("R");
+  EXPECT_EQ(std::make_tuple(reset.kind, reset.testCard, reset.status),
+            std::make_tuple(Kind::kReset, -1, std::string()));
   EXPECT_EQ(wire_->writes, std::vector<std::string>{"\x1bR\r"});  // no reply request
   EXPECT_EQ(prompter_.prompts, Prompts{Ask("\nPlease wait while printer is resetting.", {}, 20, "")});
   EXPECT_EQ(waits_.entries, (std::vector<Wait>{{Wait::kSleep, 8s}, {Wait::kSleep, 300us}}));

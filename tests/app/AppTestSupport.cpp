@@ -16,8 +16,8 @@ namespace {
 // Passes everything to the network transport and keeps each write.
 class RecordingTransport : public EthernetCommunication {
  public:
-  RecordingTransport(const std::string& uri, std::chrono::milliseconds wait, std::string& sent)
-      : EthernetCommunication(uri, wait), sent_(sent) {}
+  RecordingTransport(const std::string& uri, std::string& sent)
+      : EthernetCommunication(uri, std::chrono::milliseconds(1500)), sent_(sent) {}
   int SendDataToPrinter(const char* data, int length) override {
     sent_.append(data, static_cast<size_t>(length));
     return EthernetCommunication::SendDataToPrinter(data, length);
@@ -40,18 +40,15 @@ void EnsureApplication() {
   static char* argv[] = {name, nullptr};
   // Left alive on purpose: destroying it among the exit-time destructors
   // crashes once Qt's own globals are gone.
-  static QApplication* app = new QApplication(argc, argv);
-  (void)app;
+  new QApplication(argc, argv);
   // Start-up ends the session on the last window's close; the tests decide when to quit.
   QApplication::setQuitOnLastWindowClosed(false);
 }
 
 PrinterProfile LoadProfile(const std::string& name, const std::string& extra) {
   PrinterProfile profile;
-  std::string error;
-  std::string text = ReadFile(std::string(VKT_PROFILE_DIR) + "/" + name + ".profile");
-  EXPECT_FALSE(text.empty()) << "profile " << name << " is missing";
-  EXPECT_TRUE(ParsePrinterProfile(text + "\n" + extra + "\n", &profile, &error)) << error;
+  std::string error, text = ReadFile(std::string(VKT_PROFILE_DIR) + "/" + name + ".profile");
+  EXPECT_TRUE(!text.empty() && ParsePrinterProfile(text + "\n" + extra + "\n", &profile, &error)) << name << error;
   return profile;
 }
 
@@ -60,12 +57,12 @@ std::unique_ptr<DeviceCommunication> SessionTo(const std::string& queue, int por
   return std::make_unique<DeviceCommunication>(queue, std::move(transport), 2);
 }
 
+std::string FixturePpd(const std::string& file) { return std::string(VKT_FIXTURE_PPD_DIR) + "/" + file; }
+
 std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
-
-std::string FixturePpd(const std::string& file) { return std::string(VKT_FIXTURE_PPD_DIR) + "/" + file; }
 
 std::string Edited(std::string text, const Edits& edits) {
   for (const auto& [from, to] : edits) {
@@ -85,9 +82,7 @@ QStringList Items(const VktComboBox* list) {
 void WindowTest::SetUp() {
   EnsureApplication();
   ASSERT_TRUE(root_.isValid());
-  std::filesystem::create_directories(Root() + "/ppd");
-  std::filesystem::create_directories(Root() + "/documents");
-  std::filesystem::create_directories(Root() + "/runtime");
+  for (const char* folder : {"/ppd", "/documents", "/runtime"}) std::filesystem::create_directories(Root() + folder);
   setenv("CUPS_SERVERROOT", Root().c_str(), 1);
   // Edited PPD copies go to the user's temporary directory: keep them here.
   setenv("XDG_RUNTIME_DIR", (Root() + "/runtime").c_str(), 1);
@@ -107,23 +102,20 @@ AppDelegate::Seams WindowTest::Seams() {
   seams.osReleasePath = Root() + "/os-release";
   seams.redirectLog = false;
   seams.quit = [this] { ++quits_; };
-  const int port = server_ ? server_->Port() : 0;
-  seams.makeSession = [this, port](const std::string& queue) {
-    ++sessions_;
+  seams.makeSession = [this, port = server_ ? server_->Port() : 0](const std::string& queue) {
     auto transport =
-        std::make_unique<RecordingTransport>("vkt3socket://127.0.0.1:" + std::to_string(port) + "/", readWait_, sent_);
+        std::make_unique<RecordingTransport>("vkt3socket://127.0.0.1:" + std::to_string(port) + "/", sent_);
     return std::make_unique<DeviceCommunication>(queue, std::move(transport), 2);
   };
   return seams;
 }
 
 AppDelegate::StartupResult WindowTest::Start(const std::string& profile, const std::string& ppd,
-                                             const std::string& extra, const Edits& edits) {
+                                             const std::string& extra) {
   app_.reset();
   server_ = std::make_unique<EmulatorServer>(LoadProfile(profile, extra));
   EXPECT_TRUE(server_->Start()) << "the emulator could not start";
-  ppdText_ = Edited(ReadFile(FixturePpd(ppd)), edits);
-  std::ofstream(PpdPath(), std::ios::binary) << ppdText_;
+  std::filesystem::copy_file(FixturePpd(ppd), PpdPath(), std::filesystem::copy_options::overwrite_existing);
   app_ = std::make_unique<AppDelegate>(prompter_, Seams());
   return app_->applicationDidFinishLaunching();
 }
@@ -132,14 +124,6 @@ void WindowTest::Forget() {
   prompter_.prompts.clear();
   waits_.entries.clear();
   sent_.clear();
-}
-
-std::string WindowTest::Sent() { return std::exchange(sent_, {}); }
-
-std::string WindowTest::MakeFile(const std::string& name, const std::string& bytes) {
-  const std::string path = Root() + "/" + name;
-  std::ofstream(path, std::ios::binary) << bytes;
-  return path;
 }
 
 }  // namespace app_test

@@ -1,12 +1,11 @@
 // Shared pieces of the window tests: the QApplication, emulated printers from
-// the profiles, sessions to them, and a main window started against one.
+// the profiles, and a main window started against one.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <QStringList>
 #include <QTemporaryDir>
-#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>
@@ -24,23 +23,16 @@ namespace app_test {
 
 // The process's QApplication (created on first use; tests run offscreen).
 void EnsureApplication();
-
 // A profile of emulator/profiles/, with `extra` profile lines laid over it.
 PrinterProfile LoadProfile(const std::string& name, const std::string& extra = {});
-
 // A session to the emulator on `port` over the network transport.
 std::unique_ptr<DeviceCommunication> SessionTo(const std::string& queue, int port);
-
-// Reads a whole file; empty when missing.
-std::string ReadFile(const std::string& path);
-
 // Path of a PPD fixture of tests/fixtures/ppd.
 std::string FixturePpd(const std::string& file);
-
+std::string ReadFile(const std::string& path);
 using Edits = std::vector<std::pair<std::string, std::string>>;
 // `text` with each `from` replaced by its `to`; every `from` must be there.
 std::string Edited(std::string text, const Edits& edits);
-
 QStringList Items(const VktComboBox* list);
 
 // A main window for the queue "Card": a PPD of our own in a private server
@@ -50,34 +42,26 @@ class WindowTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
-
   // Starts the printer of `profile` (profile lines `extra` laid over it),
-  // installs `ppd` with `edits` and runs start-up. What start-up said and
-  // sent stays until Forget().
+  // installs `ppd` and runs start-up.
   AppDelegate::StartupResult Start(const std::string& profile = "VKTS32", const std::string& ppd = "VKTS32.ppd",
-                                   const std::string& extra = {}, const Edits& edits = {});
-  // Seams for the current printer; each session's bytes are recorded.
+                                   const std::string& extra = {});
   AppDelegate::Seams Seams();
+  // Forgets the prompts, waits and bytes so far.
   void Forget();
   // Every byte the session wrote since the last call (or Forget()).
-  std::string Sent();
-
+  std::string Sent() { return std::exchange(sent_, {}); }
   Ui::MainWindow& ui() { return app_->ui(); }
   std::string Root() const { return root_.path().toStdString(); }
   std::string PpdPath() const { return Root() + "/ppd/Card.ppd"; }
-  std::string MakeFile(const std::string& name, const std::string& bytes);
 
   QTemporaryDir root_;
   RecordingWaits waits_;
   ScriptedPrompter prompter_;
   std::unique_ptr<EmulatorServer> server_;
   std::unique_ptr<AppDelegate> app_;
-  std::string ppdText_;
   std::string sent_;
   int quits_ = 0;
-  int sessions_ = 0;
-  // Bounds every read: long enough for a loaded machine, short enough that a silent printer costs little.
-  std::chrono::milliseconds readWait_{1500};
 };
 
 }  // namespace app_test

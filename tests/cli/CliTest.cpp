@@ -1,10 +1,14 @@
-// vkts3-cli as an ordinary user: the card queues of the scheduler, and the
-// printer information of several queues asked at once, as text and JSON.
+// vkts3-cli as an ordinary user against the sandbox's queues: each command's
+// output, its exit status, and what the printer or the PPD holds afterwards.
+// The models' own texts and rules are tested in their folders; here only what
+// the command line adds.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -15,30 +19,43 @@
 namespace {
 
 struct CliRun {
-  std::string out;
-  std::string err;
+  std::string out, err;
   int status = -1;
 };
 
-// Runs the program with no terminal on standard input (questions are then
-// answered No unless --yes is given).
-CliRun Cli(const std::string& arguments) {
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Runs `program` (the tool by default) with no terminal on standard input
+// (questions are then answered No unless --yes is given).
+CliRun Cli(const std::string& arguments, const std::string& program = VKT_CLI_PROGRAM) {
   CliRun run;
-  char errors[] = "/tmp/vkts3-cli-test-XXXXXX";
-  const int fd = ::mkstemp(errors);
-  if (fd < 0) return run;
-  ::close(fd);
-  FILE* pipe = ::popen((std::string(VKT_CLI_PROGRAM) + " " + arguments + " </dev/null 2>" + errors).c_str(), "r");
-  if (!pipe) return run;
+  const std::string errors = std::string(::getenv("HOME")) + "/errors";
+  FILE* pipe = ::popen((program + " " + arguments + " </dev/null 2>" + errors).c_str(), "r");
   char buffer[4096];
-  size_t got;
-  while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) run.out.append(buffer, got);
-  const int status = ::pclose(pipe);
+  for (size_t got; pipe && (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.out.append(buffer, got);
+  const int status = pipe ? ::pclose(pipe) : -1;
   run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  std::ifstream in(errors);
-  run.err.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  ::unlink(errors);
+  run.err = ReadFile(errors);
   return run;
+}
+
+// What a person sees on a terminal (a pseudo-terminal of the test's own) that
+// takes both output streams.
+std::string OnTerminal(const std::string& arguments) {
+  const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+  EXPECT_TRUE(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+  const std::string side = ::ptsname(terminal);
+  const int held = ::open(side.c_str(), O_RDWR | O_NOCTTY);  // keeps the output readable after the program ends
+  EXPECT_EQ(::system((std::string(VKT_CLI_PROGRAM) + " " + arguments + " </dev/null >" + side + " 2>&1").c_str()), 0);
+  ::fcntl(terminal, F_SETFL, O_NONBLOCK);
+  std::string seen;
+  char buffer[4096];
+  for (ssize_t got; (got = ::read(terminal, buffer, sizeof buffer)) > 0;) seen.append(buffer, static_cast<size_t>(got));
+  ::close(held), ::close(terminal);
+  return seen;
 }
 
 TEST(Cli, ListsTheCardQueuesAndAsksSeveralAtOnce) {
@@ -54,28 +71,16 @@ TEST(Cli, ListsTheCardQueuesAndAsksSeveralAtOnce) {
   // still answer, in the order asked.
   CliRun info = Cli("info VKTS1Socket VKTS31Ipp Card");
   EXPECT_EQ(info.status, 1);
-  EXPECT_EQ(info.out,
-            "VKTS1Socket: online\n"
-            "  Model: Orvex VKT Series 1\n"
-            "  Firmware version: VKT11-M V1.01.07.002\n"
-            "  Serial number: S01000001\n"
-            "  Head resistance: 2950\n"
-            "  Panels printed: 1234\n"
-            "  Ribbon type: Monochrome\n"
-            "  Remaining count: N/A\n"
-            "  Magnetic encoder: Yes\n"
-            "  Smart card: No\n"
-            "VKTS31Ipp: unavailable\n"
-            "Card: online\n"
-            "  Model: Orvex VKT Series 32\n"
-            "  Firmware version: VKT32-M V1.02.03.016\n"
-            "  Serial number: S32000001\n"
-            "  Head resistance: 2950\n"
-            "  Panels printed: 1234\n"
-            "  Ribbon type: YMCKO\n"
-            "  Remaining count: 120\n"
-            "  Magnetic encoder: Yes\n"
-            "  Smart card: No\n");
+  const std::string card =
+      "  Model: Orvex VKT Series 32\n  Firmware version: VKT32-M V1.02.03.016\n  Serial number: S32000001\n"
+      "  Head resistance: 2950\n  Panels printed: 1234\n  Ribbon type: YMCKO\n  Remaining count: 120\n"
+      "  Magnetic encoder: Yes\n  Smart card: No\n";
+  EXPECT_EQ(
+      info.out,
+      "VKTS1Socket: online\n  Model: Orvex VKT Series 1\n  Firmware version: VKT11-M V1.01.07.002\n"
+      "  Serial number: S01000001\n  Head resistance: 2950\n  Panels printed: 1234\n  Ribbon type: Monochrome\n"
+      "  Remaining count: N/A\n  Magnetic encoder: Yes\n  Smart card: No\nVKTS31Ipp: unavailable\nCard: online\n" +
+          card);
   CliRun json = Cli("info Card --json");
   EXPECT_EQ(json.status, 0);
   EXPECT_EQ(json.out,
@@ -102,21 +107,33 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
   EXPECT_EQ(set.status, 0) << set.err;
   EXPECT_EQ(set.out, "FrontX: 12\nFrontY: -4\nBackX: 3\nBackY: 0\n");
   EXPECT_EQ(Cli("offsets Card2 --set 0,0,0,0 --yes").status, 0);
-  EXPECT_EQ(Cli("offsets Card2 --set 1,2,3").status, 1);
+  EXPECT_EQ(Cli("offsets Card2 --set 1,2,3").err, "vkts3-cli: --set takes four whole numbers FX,FY,BX,BY, not 1,2,3\n");
 
   EXPECT_EQ(Cli("feeder Card2").out, "card (Card feeder)\n");
   CliRun feeder = Cli("feeder Card2 --set auto --json");
   EXPECT_EQ(feeder.out, "{\"queue\": \"Card2\", \"feeder\": \"auto\", \"text\": \"Auto feed\"}\n");
   EXPECT_EQ(feeder.err, "Orvex Printer Settings: Applying printer settings pease wait....\n");
+  EXPECT_EQ(Cli("feeder Card2 --set single").out, "single (Single feeder slot)\n");
   EXPECT_EQ(Cli("feeder Card2 --set card").out, "card (Card feeder)\n");
-  EXPECT_EQ(Cli("feeder Card2 --set sideways").status, 1);
+  EXPECT_EQ(Cli("feeder Card2 --set sideways").err, "vkts3-cli: --set takes card, single or auto, not sideways\n");
+  // A mode the tool has no name for: the USB printer of our own answers 7.
+  const std::string profile = std::string(::getenv("HOME")) + "/feeder7.profile";
+  std::ofstream(profile) << ReadFile(VKT_PROFILE_DIR "/VKTS32.profile") << "\nreply ATM 1 1 = 7\\r\n";
+  EXPECT_EQ(Cli("--printer " + vkt_sandbox::Var("VKT_USB_SERIAL") + "=" + profile +
+                    " -- " VKT_CLI_PROGRAM " feeder VKTS32Usb",
+                VKT_USB_PRINTER)
+                .out,
+            "7 (unknown)\n");
 
   EXPECT_EQ(Cli("console Card2 V").out, "VKT32-M V1.02.03.016\n");
   EXPECT_EQ(Cli("console Card2 XYZ").out, "<NACK>\n");
-  CliRun tooLong = Cli("console Card2 " + std::string(46, 'A'));
-  EXPECT_EQ(tooLong.status, 1);
-  EXPECT_EQ(tooLong.err,
-            "Orvex Printer Settings: The command is too long: a printer command can hold at most 45 characters.\n");
+  EXPECT_EQ(Cli("console Card2 'A 1'").err,
+            "vkts3-cli: \"A 1\" is the window's test-card shortcut; print test cards with `vkts3-cli test-card`\n");
+  // A file goes out with a progress bar that ends its line.
+  std::ofstream(std::string(::getenv("HOME")) + "/card.prn") << "0123456789";
+  EXPECT_EQ(OnTerminal("send-prn Card2 $HOME/card.prn"), "\r[" + std::string(30, ' ') + "] 0 of 10 bytes\r[" +
+                                                             std::string(30, '#') +
+                                                             "] 10 of 10 bytes\r\n10 bytes sent\r\n");
   // A test card travels through the scheduler to the printer.
   const std::string captures = vkt_sandbox::Var("VKT_EMU_CAPTURE_Card2");
   const auto count = [&captures] {
@@ -129,7 +146,6 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
   EXPECT_EQ(count(), before + 1);
   EXPECT_EQ(Cli("test-card Card2 sideways").err,
             "vkts3-cli: the test card is standard, parameter or encoder, not sideways\n");
-
   CliRun offline = Cli("eject VKTS31Ipp");
   EXPECT_EQ(offline.status, 1);
   EXPECT_EQ(offline.err, "vkts3-cli: VKTS31Ipp: Not able to launch printer properties.\n");
@@ -161,6 +177,8 @@ TEST(Cli, DriverSettingsShowTheStoredDefaultsAndReportARefusedSave) {
   EXPECT_EQ(Cli("job-log Card2 --set Time=1").err, "vkts3-cli: Time cannot be changed while logging is off\n");
   EXPECT_EQ(Cli("job-log Card2 --set EnableLog=1 --set 'Separator=;;'").err,
             "vkts3-cli: the value of Separator is not one printable character\n");
+  EXPECT_EQ(Cli("job-log Card2 --set EnableLog=1 --set EachDayLogFile=1 --set FileName=x.log").err,
+            "vkts3-cli: FileName is VKTS3.log while a new file is made each day\n");
   CliRun jobLog = Cli("job-log Card2 --set EnableLog=1");
   EXPECT_EQ(jobLog.status, 1);
   EXPECT_EQ(jobLog.err, "vkts3-cli: the job-log settings were not saved\n");
@@ -170,9 +188,7 @@ TEST(Cli, DriverSettingsShowTheStoredDefaultsAndReportARefusedSave) {
   // nothing.
   const std::string saved = std::string(::getenv("HOME")) + "/driver.plist";
   ASSERT_EQ(Cli("save-driver-settings Card2 " + saved).status, 0);
-  std::ifstream in(saved);
-  const std::string plist((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  EXPECT_NE(plist.find("<key>Print_on_both_sides</key>\n\t\t<integer>1</integer>"), std::string::npos) << plist;
+  const std::string plist = ReadFile(saved);
   EXPECT_NE(plist.find("<key>FileName</key>\n\t\t<string>VKTS3.log</string>"), std::string::npos) << plist;
   EXPECT_EQ(
       Cli("save-driver-settings Card2 " + saved).err,
@@ -191,18 +207,13 @@ TEST(Cli, DriverSettingsShowTheStoredDefaultsAndReportARefusedSave) {
 // is answered No without a terminal. Card2's encoder and card are put back.
 TEST(Cli, EncoderSettingsAndCardsReachThePrinter) {
   ASSERT_TRUE(vkt_sandbox::Require());
-  CliRun refused = Cli("encoder Card2 --set 't1-mode=Track 4'");
-  EXPECT_EQ(refused.status, 1);
-  EXPECT_EQ(refused.err,
-            "vkts3-cli: t1-mode=Track 4 is not offered; valid: Track 1 format (alphanumeric), Track 2 format "
-            "(numeric), Track 3 format (numeric)\n");
+  EXPECT_EQ(Cli("encoder Card2 --set 't1-mode=Track 4'").status, 1);
   CliRun set = Cli("encoder Card2 --set 't1-density=75 BPI' --set 'coercivity=Low Coercivity' --json");
   EXPECT_EQ(set.status, 0) << set.err;
   EXPECT_EQ(set.out,
             "{\"queue\": \"Card2\", \"coercivity\": \"Low Coercivity\", \"t1-mode\": \"Track 1 format "
             "(alphanumeric)\", \"t1-density\": \"75 BPI\", \"t2-mode\": \"Track 2 format (numeric)\", "
             "\"t2-density\": \"75 BPI\", \"t3-mode\": \"Track 3 format (numeric)\", \"t3-density\": \"210 BPI\"}\n");
-  EXPECT_EQ(set.err, "Orvex Printer Settings: Applying printer settings please wait ....\n");
   CliRun back = Cli("encoder Card2 --set 't1-density=210 BPI' --set 'coercivity=High Coercivity'");
   EXPECT_EQ(back.out,
             "coercivity: High Coercivity\nt1-mode: Track 1 format (alphanumeric)\nt1-density: 210 BPI\n"
@@ -232,33 +243,13 @@ TEST(Cli, PrinterSettingsSaveAndRestoreThroughThePrinter) {
   const std::string saved = std::string(::getenv("HOME")) + "/printer.plist";
   std::filesystem::remove(saved);
   ASSERT_EQ(Cli("offsets Card2 --set 5,-6,7,-8 --yes").status, 0);
-  ASSERT_EQ(Cli("encoder Card2 --set 't1-density=75 BPI' --set 'coercivity=Low Coercivity'").status, 0);
-  ASSERT_EQ(Cli("feeder Card2 --set single").status, 0);
   CliRun save = Cli("save-printer-settings Card2 " + saved);
   ASSERT_EQ(save.status, 0) << save.err;
-  std::ifstream in(saved);
-  std::string plist((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  EXPECT_NE(plist.find("<key>Back_Y_Offset</key>\n\t\t\t<string>-8</string>"), std::string::npos) << plist;
-  EXPECT_NE(plist.find("<key>Serial_no</key>\n\t<string>S32000001</string>"), std::string::npos) << plist;
-  EXPECT_NE(plist.find("<key>SingleFeed</key>\n\t\t<integer>1</integer>"), std::string::npos) << plist;
-  EXPECT_NE(plist.find("<string>Low Coercivity</string>\n\t\t\t<key>Track1</key>\n\t\t\t<dict>\n\t\t\t\t<key>"
-                       "Mode</key>\n\t\t\t\t<integer>0</integer>\n\t\t\t\t<key>Density</key>\n\t\t\t\t<integer>1</"
-                       "integer>"),
-            std::string::npos)
-      << plist;
-  ASSERT_EQ(Cli("encoder Card2 --set 't1-density=210 BPI' --set 'coercivity=High Coercivity'").status, 0);
-  ASSERT_EQ(Cli("feeder Card2 --set card").status, 0);
-
+  std::string plist = ReadFile(saved);
   ASSERT_EQ(Cli("offsets Card2 --set 0,0,0,0 --yes").status, 0);
   CliRun restore = Cli("restore-printer-settings Card2 " + saved);
   EXPECT_EQ(restore.status, 0) << restore.err;
   EXPECT_EQ(Cli("offsets Card2").out, "FrontX: 5\nFrontY: -6\nBackX: 7\nBackY: -8\n");
-  EXPECT_EQ(Cli("feeder Card2").out, "single (Single feeder slot)\n");
-  EXPECT_NE(Cli("encoder Card2")
-                .out.find("coercivity: Low Coercivity\nt1-mode: Track 1 format (alphanumeric)\nt1-density: 75 BPI\n"),
-            std::string::npos);
-  ASSERT_EQ(Cli("encoder Card2 --set 't1-density=210 BPI' --set 'coercivity=High Coercivity'").status, 0);
-  ASSERT_EQ(Cli("feeder Card2 --set card").status, 0);
 
   // The same file from another printer: declined without a terminal.
   plist.replace(plist.find("<string>S32000001"), 17, "<string>S32999999");

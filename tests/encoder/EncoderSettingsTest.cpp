@@ -4,12 +4,6 @@
 #include "EncoderSettings.h"
 #include "EncoderTestFixture.h"
 
-// Failures show the choices, not the bytes.
-static void PrintTo(const EncoderSettings::State& s, std::ostream* os) {
-  *os << "modes " << s.modes[0] << s.modes[1] << s.modes[2] << " densities " << s.densities[0] << s.densities[1]
-      << s.densities[2] << " high " << s.high << " low " << s.low;
-}
-
 namespace {
 
 using encoder_test::EncoderTest;
@@ -20,13 +14,8 @@ const State kFactory = EncoderSettings::Factory();
 const State kNone = EncoderSettings::NothingSelected();
 
 TEST(EncoderSettingsReplyTest, MarkersSetTheChoices) {
-  struct Case {
-    const char* reply;
-    State before;
-    State after;
-  };
   // clang-format off
-  const Case cases[] = {
+  const struct { const char* reply; State before, after; } cases[] = {
       {"TRACK 1 W:a3 R:q3 D:75 S:% TRACK 2 W:b1 R:r1 D:210 S:; TRACK 3 W:c2 R:s2 D:75 S:; L:85 W:12 R:10 CO:LOW",
        kFactory, {{2, 0, 1}, {1, 0, 1}, false, true}},
       {"TRACK 1 W:a2 R:q2 D:210 TRACK 2 W:B R:R D:75 TRACK 3 W:C R:S D:210 CO:HIGH", kNone, {{1, 1, 2}, {0, 1, 0}, true, false}},
@@ -44,7 +33,7 @@ TEST(EncoderSettingsReplyTest, MarkersSetTheChoices) {
       {"None", kNone, kNone},
   };
   // clang-format on
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.reply);
     State state = c.before;
     EncoderSettings::ReadSettingsReply(c.reply, state);
@@ -55,12 +44,11 @@ TEST(EncoderSettingsReplyTest, MarkersSetTheChoices) {
 class EncoderSettingsTest : public EncoderTest {};
 
 TEST_F(EncoderSettingsTest, ApplySendsEachChoiceAndThePrinterKeepsIt) {
-  struct Case {
+  const struct {
     State applied;
     std::vector<const char*> commands;
     State readBack;  // from the printer afterwards (it starts at the factory choice)
-  };
-  const Case cases[] = {
+  } cases[] = {
       {kFactory,
        {"&CDEW 1 A", "&CDER 1 Q", "&CDEW 2 B", "&CDER 2 R", "&CDEW 3 C", "&CDER 3 S", "&D 1 210", "&D 2 75", "&D 3 210",
         "&W 0", "&C 1"},
@@ -70,8 +58,8 @@ TEST_F(EncoderSettingsTest, ApplySendsEachChoiceAndThePrinterKeepsIt) {
        {"&CDEW 1 a2", "&CDER 1 q2", "&CDEW 3 c1", "&CDER 3 s1", "&D 2 210", "&D 3 75", "&W 0"},
        {{1, 1, 0}, {0, 0, 1}, true, false}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.applied));
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
     Start();
     if (HasFatalFailure()) return;
     prompter_.prompts.clear();
@@ -80,12 +68,13 @@ TEST_F(EncoderSettingsTest, ApplySendsEachChoiceAndThePrinterKeepsIt) {
     for (const char* command : c.commands) want += WithReplyRequest(command);
     EXPECT_EQ(Sent(), want);
     // One notice after the commands, closing by itself.
-    EXPECT_EQ(prompter_.prompts, (encoder_test::Prompts{{"Orvex Printer Settings",
-                                                         "Applying printer settings please wait ....",
-                                                         {"OK", ""},
-                                                         Prompter::Level::kCaution,
-                                                         encoder_test::kIcon,
-                                                         5}}));
+    const Prompter::Prompt notice{"Orvex Printer Settings",
+                                  "Applying printer settings please wait ....",
+                                  {"OK", ""},
+                                  Prompter::Level::kCaution,
+                                  encoder_test::kIcon,
+                                  5};
+    EXPECT_EQ(prompter_.prompts, encoder_test::Prompts{notice});
 
     State state = kNone;
     EXPECT_TRUE(EncoderSettings(Context()).SetMagUIAdvSettings(state));

@@ -1,15 +1,14 @@
-// The encoder model tests' common ground: a prompter that records every
-// prompt and answers from a script, and a session to an in-process emulated
-// printer with the bytes it received.
+// The encoder and tools model tests' common ground: a scripted prompter and a
+// session to an in-process emulated printer with every write it made.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <deque>
 #include <memory>
-#include <ostream>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "DeviceCommunication.h"
@@ -17,83 +16,73 @@
 #include "EncoderContext.h"
 #include "EthernetCommunication.h"
 #include "RecordingWaits.h"
-
-inline void PrintTo(const Prompter::Prompt& p, std::ostream* os) {
-  *os << "{" << testing::PrintToString(p.header) << ", " << testing::PrintToString(p.message) << ", "
-      << testing::PrintToString(p.buttons) << ", level " << static_cast<int>(p.level) << ", icon " << p.icon << ", "
-      << p.timeoutSeconds << " s}";
-}
+#include "ScriptedPrompter.h"
 
 namespace encoder_test {
 
 constexpr char kQueue[] = "Card";
 constexpr char kIcon[] = "/icons/orvex.png";
+using Prompts = std::vector<Prompter::Prompt>;
 
-using Prompt = Prompter::Prompt;
-using Prompts = std::vector<Prompt>;
+// One framed command followed by the reply request, as the printer sees them.
+inline std::string WithReplyRequest(const std::string& command) { return "\x1b" + command + "\r\x1b" + "E 2\r"; }
 
-class RecordingPrompter : public Prompter {
- public:
-  using Prompter::Show;
-  int Show(const Prompt& prompt) override {
-    prompts.push_back(prompt);
-    if (answers.empty()) return 0;
-    const int answer = answers.front();
-    answers.pop_front();
-    return answer;
+// A transport that keeps every write as it went out, and lets the emulated
+// printer go through a reset before it connects again (a real printer has
+// the twenty seconds of the tool's notice).
+struct Wire : EthernetCommunication {
+  using EthernetCommunication::EthernetCommunication;
+  int SendDataToPrinter(const char* data, int length) override {
+    writes.emplace_back(data, static_cast<size_t>(length));
+    return EthernetCommunication::SendDataToPrinter(data, length);
   }
-  std::string ChooseFileToOpen(const FilePanel&) override { return {}; }
-  std::string ChooseFileToSave(const FilePanel&) override { return {}; }
-
-  Prompts prompts;
-  std::deque<int> answers;  // then the default button
+  bool SendStreamPart(const char* data, int length) override {
+    writes.emplace_back(data, static_cast<size_t>(length));
+    return EthernetCommunication::SendStreamPart(data, length);
+  }
+  int GetPrinterHandle() override {
+    const auto waitWhile = [this](bool refusing, int rounds) {
+      for (int round = 0; server && round < rounds && server->Refusing() == refusing; ++round)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    };
+    waitWhile(false, 1000), waitWhile(true, 5000);
+    return EthernetCommunication::GetPrinterHandle();
+  }
+  std::vector<std::string> writes;
+  EmulatorServer* server = nullptr;
 };
 
 class EncoderTest : public ::testing::Test {
  protected:
-  // Starts the emulated printer and a session to it.
-  void Start(PrinterProfile profile = PrinterProfile()) {
+  // Starts the emulated printer of `profileLines` and a session to it through a Wire.
+  void Start(const std::string& profileLines = {}) {
+    PrinterProfile profile;
+    std::string error;
+    ASSERT_TRUE(ParsePrinterProfile(profileLines, &profile, &error)) << error;
     session_.reset();
     server_ = std::make_unique<EmulatorServer>(std::move(profile));
     ASSERT_TRUE(server_->Start()) << "the emulator could not start";
     // A silent printer costs a second here instead of five.
-    auto transport = std::make_unique<EthernetCommunication>(
-        "vkt3socket://127.0.0.1:" + std::to_string(server_->Port()) + "/", std::chrono::milliseconds(1000));
-    session_ = std::make_unique<DeviceCommunication>(kQueue, std::move(transport), 2);
-    mark_ = 0;
-    Sent();  // the session's own opening bytes
+    auto wire = std::make_unique<Wire>("vkt3socket://127.0.0.1:" + std::to_string(server_->Port()) + "/",
+                                       std::chrono::milliseconds(1000));
+    wire_ = wire.get();
+    session_ = std::make_unique<DeviceCommunication>(kQueue, std::move(wire), 2);
+    wire_->server = server_.get();
+    wire_->writes.clear();  // the session's own opening bytes
   }
-
   EncoderContext Context() { return {session_.get(), prompter_, kIcon, kQueue}; }
-
-  // Every byte the printer received since the last call. The test's own
-  // reply request, once answered, proves the printer has seen everything
-  // before it (the encode write has no reply); it is left out.
+  // Every byte the session wrote since the last call.
   std::string Sent() {
-    static const std::string kSync =
-        "\x1b"
-        "E 2\r";
-    session_->WriteToPrinter(kSync.data(), static_cast<int>(kSync.size()));
-    EXPECT_TRUE(session_->ReadFromPrinter().has_value()) << "no answer to the test's own reply request";
-    const std::string transcript = server_->Engine().Transcript();
-    const size_t end = transcript.size() - kSync.size();
-    std::string sent = transcript.substr(mark_, end - mark_);
-    mark_ = transcript.size();
+    std::string sent;
+    for (const std::string& write : std::exchange(wire_->writes, {})) sent += write;
     return sent;
   }
 
   RecordingWaits waits_;
-  RecordingPrompter prompter_;
+  ScriptedPrompter prompter_;
   std::unique_ptr<EmulatorServer> server_;
   std::unique_ptr<DeviceCommunication> session_;
-  size_t mark_ = 0;
+  Wire* wire_ = nullptr;  // owned by the session
 };
-
-// One framed command followed by the reply request, as the printer sees them.
-inline std::string WithReplyRequest(const std::string& command) {
-  return "\x1b" + command +
-         "\r\x1b"
-         "E 2\r";
-}
 
 }  // namespace encoder_test

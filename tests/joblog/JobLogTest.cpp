@@ -80,9 +80,12 @@ TEST_F(JobLogTest, LoadingShowsThePpdByTheEnableRules) {
       {ReplaceLine(fixture, "*Time: 0", "*Time: 1"), "0 0- 1-0-0-0-0-0-0-0-0- 1- 'VKTS3.log'- ','- 'Orvex' del-"},
       // A new file each day is off: its rule empties the name, then the PPD's name shows.
       {ReplaceLine(ReplaceLine(on, "*MTrack2: 0", "*MTrack2: 1"), "*FileName:VKTS3.log", "*FileName:Cards.log"),
-       "1 0 000000010 1 'Cards.log' ',' 'Orvex' del"}};
+       "1 0 000000010 1 'Cards.log' ',' 'Orvex' del"},
+      // No separator line, or an empty one: the field stays empty.
+      {ReplaceLine(on, "*Separator:,", ""), "1 0 000000000 1 'VKTS3.log' '' 'Orvex' del"},
+      {ReplaceLine(on, "*Separator:,", "*Separator:"), "1 0 000000000 1 'VKTS3.log' '' 'Orvex' del"},
+      {"", "0 0- 0-0-0-0-0-0-0-0-0- 0- 'VKTS3.log'- ''- ''- del-"}};  // unreadable
   for (const auto& [ppd, state] : cases) EXPECT_EQ(State(Open(ppd).ui), state);
-  EXPECT_EQ(State(Open("").ui), "0 0- 0-0-0-0-0-0-0-0-0- 0- 'VKTS3.log'- ''- ''- del-");  // unreadable
   EXPECT_TRUE(prompter.prompts.empty());
 }
 
@@ -105,13 +108,13 @@ TEST_F(JobLogTest, CheckBoxRules) {
   EXPECT_EQ(State(model->ui), "1 0 000000000 1 '' '' 'Orvex' del");
 }
 
-TEST_F(JobLogTest, UserEditsAreCutToTheirLengthInCharacters) {
+TEST_F(JobLogTest, UserEditsKeepWhatThePpdServiceAcceptsCutToTheirLengthInCharacters) {
   JobLogModel& m = Open(on);
   const std::string thirtyTwo(32, 'a');
-  m.controlTextDidChange(m.ui.JobLogFileName, thirtyTwo + "b");
-  m.controlTextDidChange(m.ui.JobLogSeparator, ";|");
-  m.controlTextDidChange(m.ui.JobLogStaticTextField, "\u00e4BCDEFGHIJKLMNOPQ");
-  EXPECT_EQ(m.ui.JobLogFileName.Text(), thirtyTwo);
+  m.controlTextDidChange(m.ui.JobLogFileName, "/etc/ " + thirtyTwo);
+  m.controlTextDidChange(m.ui.JobLogSeparator, "\t;|");
+  m.controlTextDidChange(m.ui.JobLogStaticTextField, "\u00e4\"BCDEFGHIJKLMNOPQ");
+  EXPECT_EQ(m.ui.JobLogFileName.Text(), "etc" + thirtyTwo.substr(3));
   EXPECT_EQ(m.ui.JobLogSeparator.Text(), ";");
   EXPECT_EQ(m.ui.JobLogStaticTextField.Text(), "\u00e4BCDEFGHIJKLMNOP");
   TextControl other;
@@ -179,6 +182,8 @@ TEST_F(JobLogTest, WindowRunsTheRulesOfItsWidgets) {
   file->clear();
   QTest::keyClicks(file, QString(33, QChar('a')));
   EXPECT_EQ(file->text(), QString(32, QChar('a')));
+  window.findChild<QCheckBox*>("JobLogNewFile")->click();  // a new file each day has the default name
+  EXPECT_EQ(file->text() + (file->isEnabled() ? " on" : " off"), "VKTS3.log off");
   window.findChild<QCheckBox*>("EnableLogging")->click();
   EXPECT_FALSE(window.findChild<QCheckBox*>("StaticText")->isEnabled());
   window.findChild<QPushButton*>("SaveLog")->click();

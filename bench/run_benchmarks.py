@@ -201,13 +201,6 @@ class Runner:
                 raise BenchError("vkts3-cli info did not find %s online: %s" % (queue, out[-300:]))
         return ms
 
-    def client(self, queue, connections, read_ppd=True):
-        """The bare client making `connections` (see connections_since) to the printer of `queue`."""
-        args = [self.prog("bench", "vkt-bench-startup-client"), queue] + ([] if read_ppd else ["--no-ppd"])
-        for i, exchanges in enumerate(connections):
-            args += (["--connect"] if i else []) + exchanges
-        return args
-
     def peak_mib(self, cmd, env=None):
         """The peak resident memory in MiB of one run of cmd, measured by vkt-bench-peak.
         The tool's window quits once its picture is saved: its peak is that at ready."""
@@ -215,6 +208,17 @@ class Runner:
         run([self.prog("bench", "vkt-bench-peak"), result] + cmd, env=env)
         with open(result) as f:
             return int(f.read()) / 1024.0
+
+    @staticmethod
+    def all_at_once(cmds):
+        """Milliseconds from starting every command at once until the last one has ended; each must succeed."""
+        start = time.perf_counter()
+        procs = [subprocess.Popen(cmd, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) for cmd in cmds]
+        failed = [proc.args[1] for proc in procs if proc.wait() != 0]
+        elapsed = (time.perf_counter() - start) * 1000.0
+        if failed:
+            raise BenchError("failed: %s" % " ".join(failed))
+        return elapsed
 
     # --------------------------------------------------- emulator transcripts
     @staticmethod
@@ -255,9 +259,18 @@ class Runner:
         return sorted(e.replace(REPLY_REQUEST, "").replace("\\x00", "").replace("\\x1b", "ESC ")
                       .replace("\\x0d", "") for e in repeats)
 
-    def replayed(self, transcript, client):
-        """Runs the client once; returns what the emulator saw from it (connections_since)."""
-        return self.recorded(transcript, lambda: run(client))[1]
+    def floor_client(self, queue, transcript, sent, read_ppd=True):
+        """The bare client for what the tool sent the printer of `queue` (connections_since):
+        the same exchanges in the same order, each asked once (the tool's immediate
+        repeats are left out), and without --no-ppd one read of the PPD. Run once here
+        to check the emulator saw exactly that; returns its command and its exchanges."""
+        needed = [[e for i, e in enumerate(exchanges) if not i or e != exchanges[i - 1]] for exchanges in sent]
+        client = [self.prog("bench", "vkt-bench-startup-client"), queue] + ([] if read_ppd else ["--no-ppd"])
+        for i, exchanges in enumerate(needed):
+            client += (["--connect"] if i else []) + exchanges
+        if self.recorded(transcript, lambda: run(client))[1] != needed:
+            raise BenchError("the bare client did not make the exchanges it was given (queue %s)" % queue)
+        return client, needed
 
     # ------------------------------------------------------------- scenario 1
     def startup(self):
@@ -266,11 +279,7 @@ class Runner:
         transcript = os.environ["VKT_EMU_TRANSCRIPT_Card"]
         # One run first: warm caches, and record what the tool asks the printer.
         _, sent = self.recorded(transcript, lambda: self.window("Card", env))
-        # The floor asks each of those once: the tool's immediate repeats are left out.
-        needed = [[e for i, e in enumerate(exchanges) if not i or e != exchanges[i - 1]] for exchanges in sent]
-        client = self.client("Card", needed)
-        if self.replayed(transcript, client) != needed:
-            raise BenchError("the client did not make the exchanges it was given")
+        client, needed = self.floor_client("Card", transcript, sent)
         note = "offscreen, until the filled window is saved (exit not counted)"
         repeated = self.immediate_repeats(sent)
         if repeated:
@@ -465,25 +474,22 @@ class Runner:
                      ("vkts3-cli info", lambda: self.cli_info([queue], env), self.cli_cmd([queue]), False)]
             memory = []
             for what, timed, cmd, read_ppd in cases:
-                # One run first: warm caches, and record what the tool asks the printer;
-                # the floor then makes exactly those exchanges, repeats and all.
+                # One run first: warm caches, and record what the tool asks the printer.
                 _, sent = self.recorded(transcript, timed)
-                client = self.client(queue, sent, read_ppd)
-                if self.replayed(transcript, client) != sent:
-                    raise BenchError("the client did not make the exchanges the tool made (%s)" % what)
+                client, needed = self.floor_client(queue, transcript, sent, read_ppd)
                 ours, base = [], []
                 for _ in range(self.reps):
                     ours.append(timed())
                     base.append(run(client)[0])
-                trips = self.round_trips(sent)
-                note = "the client replays the tool's exchanges: %d ms of reply delay alone, %d connection(s)" % (
-                    trips * SLOW_REPLY_MS, len(sent))
+                trips = (self.round_trips(sent), self.round_trips(needed))
+                note = "reply delay alone %d vs %d ms; %d connection(s)" % (
+                    trips[0] * SLOW_REPLY_MS, trips[1] * SLOW_REPLY_MS, len(sent))
                 repeated = self.immediate_repeats(sent)
                 if repeated:
                     note += "; the tool repeats %s" % ", ".join(repeated)
                 peak = self.peak_mib(cmd, env)
                 self.add_row("7 slow printer: %s" % what, statistics.median(ours), statistics.median(base),
-                             peak=peak, trips=(trips, trips), note=note)
+                             peak=peak, trips=trips, note=note)
                 memory.append(("7 peak memory: %s" % what, peak, self.peak_mib(client)))
             for scenario, ours_peak, base_peak in memory:
                 self.add_row(scenario, ours_peak, base_peak, unit="MiB",
@@ -504,17 +510,21 @@ class Runner:
             for name in names:
                 self.add_queue(name, self.socket_uri(ports[name]))
             self.cli_info(names, env)    # warm caches; every printer answers
-            # The round trips each printer saw in that run (the same in every run).
-            trips = {name: self.round_trips(self.connections_since(self.emulator_file(name, "transcript"), 0))
-                     for name in names}
+            # What each printer was asked in that run (the same in every run), and the
+            # bare client asking it just that.
+            sent = {name: self.connections_since(self.emulator_file(name, "transcript"), 0) for name in names}
+            trips = {name: self.round_trips(sent[name]) for name in names}
+            clients = {name: self.floor_client(name, self.emulator_file(name, "transcript"), sent[name],
+                                               read_ppd=False)[0] for name in names}
             for size in sizes:
                 queues = names[:size]
-                together, in_turn, slowest = [], [], []
+                together, in_turn, slowest, bare = [], [], [], []
                 for _ in range(self.reps):
                     together.append(self.cli_info(queues, env))
                     singles = [self.cli_info([queue], env) for queue in queues]
                     in_turn.append(sum(singles))
                     slowest.append(max(singles))
+                    bare.append(self.all_at_once([clients[queue] for queue in queues]))
                 peak = self.peak_mib(self.cli_cmd(queues), env)
                 total = sum(trips[queue] for queue in queues)
                 self.add_row("8 info on %d printer%s at once" % (size, "s" if size > 1 else ""),
@@ -526,6 +536,11 @@ class Runner:
                          statistics.median(slowest), peak=peak, trips=(total, max(trips[queue] for queue in queues)),
                          note="the slowest of the %d single runs above; near 1 = the printers are asked in parallel"
                          % size)
+            self.add_row("8 %d at once vs %d bare clients" % (size, size), statistics.median(together),
+                         statistics.median(bare), peak=peak,
+                         trips=(total, sum(self.round_trips(sent[queue]) for queue in queues)),
+                         note="%d bare clients (device URI from CUPS, the same exchanges) started together:"
+                              " the parallelism this machine and cupsd allow" % size)
         finally:
             self.remove_queues(names)
             self.stop_emulators([name for name in names if name in self.emulators])

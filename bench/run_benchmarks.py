@@ -283,7 +283,7 @@ class Runner:
         note = "offscreen, until the filled window is saved (exit not counted)"
         repeated = self.immediate_repeats(sent)
         if repeated:
-            note += ", the tool repeats %s" % ", ".join(repeated)
+            note += "; the tool repeats %s" % ", ".join(repeated)
 
         ours, base = [], []
         for _ in range(self.reps):
@@ -470,10 +470,11 @@ class Runner:
             port = self.start_emulators([name], delay_ms=SLOW_REPLY_MS, transcript=True)[name]
             transcript = self.emulator_file(name, "transcript")
             self.add_queue(queue, self.socket_uri(port))
-            cases = [("window to ready", lambda: self.window(queue, env), self.window_cmd(queue), True),
-                     ("vkts3-cli info", lambda: self.cli_info([queue], env), self.cli_cmd([queue]), False)]
+            cases = [("window to ready", lambda: self.window(queue, env), self.window_cmd(queue), True,
+                      " (the window quits once ready)"),
+                     ("vkts3-cli info", lambda: self.cli_info([queue], env), self.cli_cmd([queue]), False, "")]
             memory = []
-            for what, timed, cmd, read_ppd in cases:
+            for what, timed, cmd, read_ppd, peak_note in cases:
                 # One run first: warm caches, and record what the tool asks the printer.
                 _, sent = self.recorded(transcript, timed)
                 client, needed = self.floor_client(queue, transcript, sent, read_ppd)
@@ -487,13 +488,16 @@ class Runner:
                 repeated = self.immediate_repeats(sent)
                 if repeated:
                     note += "; the tool repeats %s" % ", ".join(repeated)
+                # The program's own start: --help leaves before any printer or CUPS work.
+                start = [run([cmd[0], "--help"], env=env)[0] for _ in range(max(self.reps, 3))]
+                note += "; %s --help %.0f ms" % (os.path.basename(cmd[0]), statistics.median(start))
                 peak = self.peak_mib(cmd, env)
                 self.add_row("7 slow printer: %s" % what, statistics.median(ours), statistics.median(base),
                              peak=peak, trips=trips, note=note)
-                memory.append(("7 peak memory: %s" % what, peak, self.peak_mib(client)))
-            for scenario, ours_peak, base_peak in memory:
-                self.add_row(scenario, ours_peak, base_peak, unit="MiB",
-                             note="peak RSS of the process vs the bare client's (the window quits at ready)")
+                memory.append(("7 peak memory: %s" % what, peak, self.peak_mib(client),
+                               "peak RSS of the process vs the bare client's" + peak_note))
+            for scenario, ours_peak, base_peak, note in memory:
+                self.add_row(scenario, ours_peak, base_peak, unit="MiB", note=note)
         finally:
             self.remove_queues([queue])
             if name in self.emulators:
@@ -530,7 +534,7 @@ class Runner:
                 self.add_row("8 info on %d printer%s at once" % (size, "s" if size > 1 else ""),
                              statistics.median(together), statistics.median(in_turn), peak=peak,
                              trips=(total, total),
-                             note="one vkts3-cli info with %d queues vs one vkts3-cli info per queue in turn;"
+                             note="one vkts3-cli info with %d queue(s) vs one vkts3-cli info per queue in turn;"
                                   " each printer its own emulator, replies %d ms late" % (size, SLOW_REPLY_MS))
             self.add_row("8 %d at once vs slowest single" % size, statistics.median(together),
                          statistics.median(slowest), peak=peak, trips=(total, max(trips[queue] for queue in queues)),

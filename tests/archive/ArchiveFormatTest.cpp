@@ -45,8 +45,9 @@ def dump(path, d):
         if isinstance(v, dict): dump(path + '/' + k, v)
 dump('', plistlib.load(open(sys.argv[1], 'rb')))
 )";
-// Writes the Python value given as the second argument.
-constexpr const char* kWrite = "import plistlib, sys\nplistlib.dump(eval(sys.argv[2]), open(sys.argv[1], 'wb'))";
+// Writes the Python value given as the second argument (the caller may add
+// arguments to dump and must close its parenthesis).
+constexpr const char* kWrite = "import plistlib, sys\nplistlib.dump(eval(sys.argv[2]), open(sys.argv[1], 'wb')";
 
 template <class T>
 std::string Text(const std::optional<T>& value) {
@@ -158,7 +159,7 @@ TEST(ArchiveFormats, PlistlibFilesReadBackWithWrongTypesConvertedOrDropped) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.python);
-    RunPython(kWrite, path, c.python);
+    RunPython(std::string(kWrite) + ")", path, c.python);
     std::string error;
     if (c.printer.empty()) {
       const auto file = driver_settings::Read(path, error);
@@ -179,39 +180,9 @@ TEST(ArchiveFormats, HostileFilesAreRefusedWithAReason) {
     for (int i = 0; i < levels; ++i) open += "<array>", close += "</array>";
     return "<plist><dict><key>VKTS3PrinterConfig</key>" + open + close + "</dict></plist>";
   };
-  // The same in binary form: a root dictionary whose one value is `levels`
-  // arrays, each holding the next (2-byte object references, 4-byte offsets).
-  auto binary = [](int levels) {
-    std::string out = "bplist00";
-    std::vector<uint32_t> offsets;
-    const auto be = [&out](uint64_t value, int bytes) {
-      for (int i = bytes - 1; i >= 0; --i) out += static_cast<char>((value >> (8 * i)) & 0xFF);
-    };
-    offsets.push_back(static_cast<uint32_t>(out.size()));
-    out += '\xD1';
-    be(1, 2);
-    be(2, 2);
-    offsets.push_back(static_cast<uint32_t>(out.size()));
-    out += std::string("\x5F\x10\x12", 3) + "VKTS3PrinterConfig";
-    for (int level = 0; level < levels; ++level) {
-      offsets.push_back(static_cast<uint32_t>(out.size()));
-      out += level + 1 < levels ? '\xA1' : '\xA0';
-      if (level + 1 < levels) be(static_cast<uint64_t>(level) + 3, 2);
-    }
-    const size_t table = out.size();
-    for (uint32_t offset : offsets) be(offset, 4);
-    out += std::string(6, '\0') + "\x04\x02";
-    be(offsets.size(), 8);
-    be(0, 8);
-    be(table, 8);
-    return out;
-  };
   const std::string head = "<?xml version=\"1.0\"?><plist>";
   const std::pair<std::string, const char*> cases[] = {
       {nested(20000), "nests its values too deeply"},
-      {binary(100000), "nests its values too deeply"},
-      {binary(16), "nests its values too deeply"},
-      {binary(15), "not as a dictionary"},
       {head + "<dict><key>VKTS3PrinterConfig</key><string>a" + std::string(1, '\0') + "b</string></dict></plist>",
        "is not a property list"},
       {nested(16), "nests its values too deeply"},
@@ -234,6 +205,15 @@ TEST(ArchiveFormats, HostileFilesAreRefusedWithAReason) {
     std::string error;
     EXPECT_FALSE(driver_settings::Read(path, error));
     EXPECT_NE(error.find(reason), std::string::npos) << error;
+  }
+  // The same nesting in binary form, written by plistlib.
+  for (const auto& [levels, reason] : {std::pair{16, "nests its values too deeply"}, {15, "not as a dictionary"}}) {
+    RunPython(std::string(kWrite) + ", fmt=plistlib.FMT_BINARY)", path,
+              "{'VKTS3PrinterConfig': " + std::string(levels, '[') + std::string(levels, ']') + "}");
+    std::string error;
+    EXPECT_FALSE(driver_settings::Read(path, error));
+    EXPECT_NE(error.find(reason), std::string::npos) << error;
+    EXPECT_EQ(ppd_test::ReadFile(path).substr(0, 8), "bplist00");
   }
   std::string error;
   EXPECT_FALSE(printer_settings::Read((dir.path() / "missing").string(), error));

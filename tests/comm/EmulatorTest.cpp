@@ -160,16 +160,6 @@ TEST_F(CommandSetTest, NakSilenceAndNoTransport) {
   none.SetSingleFeedOptions(1);
 }
 
-TEST_F(CommandSetTest, MagneticWriteSendsFourCommandsInOneWrite) {
-  Open();
-  EXPECT_EQ(session_->MagWriteBtnClicked("ABC123", "4567", "890"), 0);
-  const std::string expected = "\x1b&B 1 ABC123\r\x1b&B 2 4567\r\x1b&B 3 890\r\x1b&E*\r";
-  EXPECT_EQ(Sent(expected.size()), expected);
-  auto state = server_->Engine().State();
-  EXPECT_EQ(state.cardTrack[0], "ABC123");
-  EXPECT_EQ(state.cardTrack[2], "890");
-}
-
 TEST_F(CommandSetTest, SingleFeedModesAndNothingForOthers) {
   Open();
   for (int mode : {3, -1, 2, 0, 1}) session_->SetSingleFeedOptions(mode);

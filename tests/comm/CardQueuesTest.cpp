@@ -1,6 +1,7 @@
 // The card-queue listing through the sandbox's scheduler, whose PPDs come
 // back as links to the installed files.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -17,7 +18,7 @@ std::string Listed() {
   return text;
 }
 
-TEST(CardQueues, ListsCardPrintersOnDirectSchemesEvenThroughARelativePpdLink) {
+TEST(CardQueues, ListsCardPrintersOnDirectSchemesThroughALinkARelativeLinkOrACopy) {
   ASSERT_TRUE(vkt_sandbox::Require());
   const std::string expected = "Card|Card2|VKTS1Socket|VKTS31Socket|VKTS32Usb|VKTS3CSocket|";
   EXPECT_EQ(Listed(), expected);
@@ -38,6 +39,21 @@ TEST(CardQueues, ListsCardPrintersOnDirectSchemesEvenThroughARelativePpdLink) {
   EXPECT_TRUE(std::filesystem::is_empty(links));  // every returned link removed
   std::filesystem::remove_all(links);
   EXPECT_EQ(relative, expected);
+  // A user who may not read the installed file gets a downloaded copy, no
+  // link (a child process: access() asks with the real user).
+  int out[2];
+  ASSERT_EQ(::pipe(out), 0);
+  if (::fork() == 0) {
+    const std::string text = ::setgid(65534) == 0 && ::setuid(65534) == 0 ? Listed() : "setuid failed";
+    _exit(::write(out[1], text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
+  }
+  ::close(out[1]);
+  std::string copies;
+  char buffer[512];
+  for (ssize_t n; (n = ::read(out[0], buffer, sizeof buffer)) > 0;) copies.append(buffer, static_cast<size_t>(n));
+  ::close(out[0]);
+  ::wait(nullptr);
+  EXPECT_EQ(copies, expected);
 }
 
 }  // namespace

@@ -306,6 +306,10 @@ TEST_F(EthernetTransportTest, DroppedConnectionIsRepairedOnceOnWrite) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error String is 32 :: Broken pipe\n");
   EXPECT_EQ(Received(1, 13), "\x1b%SERIE\r" + kReplyRequest);  // no drain on reconnect
   EXPECT_EQ(server_->ConnectionCount(), 2);
+  // A stream part is never repaired: with the printer gone it fails.
+  server_.reset();
+  const std::string part(1 << 24, 'x');
+  EXPECT_FALSE(transport->SendStreamPart(part.data(), static_cast<int>(part.size())));
 }
 
 // The SNMP probe against a UDP socket standing in for the printer's agent.

@@ -114,13 +114,13 @@ TEST(ArchiveFormats, WrittenFilesLoadInPlistlibWithExactKeysAndTypes) {
   values.JobLog.EnableLog = values.JobLog.Date = values.JobLog.MTrack3 = 1;
   values.JobLog.Separator = ";";
   values.JobLog.FileName = "Cards.log";
-  values.JobLog.StaticText = "Gr\xc3\xbc\xc3\x9f\xe2\x82";  // a whole character stays, half of one goes
+  values.JobLog.StaticText = "Gr\xc3\xbc\xc3\x9f\xe2\x82\xac!\xe2\x82";  // whole characters stay, half of one goes
   ASSERT_TRUE(driver_settings::Write(values, driver, error)) << error;
   EXPECT_EQ(RunPython(kDump, driver),
             ": VKTS3PrinterConfig\n/VKTS3PrinterConfig: Print_on_both_sides=int:1 Rotate180=int:-1 "
             "Mono_Conversion=int:2 Printing_Mode=int:0 LogEnabled=int:1 Create_Each_Day_Log=int:0 Time=int:0 "
             "Date=int:1 Printer_SerialNumber=int:0 IPAddress=int:0 User_Name=int:0 JobID=int:0 Mdata1=int:0 "
-            "Mdata2=int:0 Mdata3=int:1 Separator=str:';' FileName=str:'Cards.log' StaticText=str:'Grüß'\n");
+            "Mdata2=int:0 Mdata3=int:1 Separator=str:';' FileName=str:'Cards.log' StaticText=str:'Grüß€!'\n");
   EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 3);  // no temporary files
   // A folder that does not exist: a reason, and nothing written.
   const std::string nowhere = (dir.path() / "no" / "such.plist").string();
@@ -206,26 +206,29 @@ TEST(ArchiveFormats, HostileFilesAreRefusedWithAReason) {
     be(table, 8);
     return out;
   };
-  const std::string head = "<?xml version=\"1.0\"?><plist>";
-  const std::pair<std::string, const char*> cases[] = {
-      {nested(20000), "nests its values too deeply"},
-      {binary(100000), "nests its values too deeply"},
-      {binary(16), "nests its values too deeply"},
-      {binary(15), "not as a dictionary"},
+  const std::string head = "<?xml version=\"1.0\"?><plist>", notPlist = "is not a property list.";
+  const std::string deep = "nests its values too deeply to be a settings file.";
+  const std::string notDict = "holds \"VKTS3PrinterConfig\", but not as a dictionary of settings.";
+  const std::pair<std::string, std::string> cases[] = {
+      {nested(20000), deep},
+      {binary(100000), deep},
+      {binary(16), deep},
+      {binary(15), notDict},
       {head + "<dict><key>VKTS3PrinterConfig</key><string>a" + std::string(1, '\0') + "b</string></dict></plist>",
-       "is not a property list"},
-      {nested(16), "nests its values too deeply"},
-      {nested(15), "not as a dictionary"},
-      {"", "is not a property list"},
-      {"Rotate180 = 3\n", "is not a property list"},
-      {std::string("bplist00\x01\x02\x03", 11), "is not a property list"},
-      {head + "<dict><key>VKTS3PrinterConfig</key><dict>", "is not a property list"},
-      {head + "<array><integer>1</integer></array></plist>", "does not hold a dictionary"},
+       notPlist},
+      {nested(16), deep},
+      {nested(15), notDict},
+      {"", notPlist},
+      {"Rotate180 = 3\n", notPlist},
+      {std::string("bplist00\x01\x02\x03", 11), notPlist},
+      {head + "<dict><key>VKTS3PrinterConfig</key><dict>", notPlist},
+      {head + "<array><integer>1</integer></array></plist>", "does not hold a dictionary of settings."},
       {head + "<dict><key>VKTS3PrinterConfig</key><dict><key>x</key><string>" +
            std::string(plist_file::kMaxFileSize, 'a') + "</string></dict></dict></plist>",
-       "is larger than 1 MiB"},
-      {"<plist><dict><key>VKTS3PrinterConfig</key><string>x</string></dict></plist>", "not as a dictionary"},
-      {"<plist><dict><key>PrinterConfig</key><dict/></dict></plist>", "\"VKTS3PrinterConfig\" is missing"},
+       "is larger than 1 MiB and is not a settings file."},
+      {"<plist><dict><key>VKTS3PrinterConfig</key><string>x</string></dict></plist>", notDict},
+      {"<plist><dict><key>PrinterConfig</key><dict/></dict></plist>",
+       "holds no driver settings (\"VKTS3PrinterConfig\" is missing)."},
   };
   const std::string path = (dir.path() / "file.plist").string();
   for (const auto& [content, reason] : cases) {
@@ -233,11 +236,12 @@ TEST(ArchiveFormats, HostileFilesAreRefusedWithAReason) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
     std::string error;
     EXPECT_FALSE(driver_settings::Read(path, error));
-    EXPECT_NE(error.find(reason), std::string::npos) << error;
+    EXPECT_EQ(error, "The file " + path + " " + reason);
   }
+  const std::string missing = (dir.path() / "missing").string();
   std::string error;
-  EXPECT_FALSE(printer_settings::Read((dir.path() / "missing").string(), error));
-  EXPECT_NE(error.find("does not exist"), std::string::npos) << error;
+  EXPECT_FALSE(printer_settings::Read(missing, error));
+  EXPECT_EQ(error, "The file " + missing + " does not exist or is not a regular file.");
   EXPECT_FALSE(printer_settings::Read(dir.path().string(), error));  // a folder
 }
 

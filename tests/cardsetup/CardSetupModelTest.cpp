@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <utility>
-#include <vector>
+#include <sstream>
 
 #include "CardSetupModel.h"
 #include "PPDHelper.h"
@@ -16,30 +14,28 @@
 
 namespace {
 
-using Edits = std::vector<std::pair<std::string, std::string>>;
-
-std::string Join(const std::vector<std::string>& items) {
-  std::string text;
-  for (const std::string& item : items) text += (text.empty() ? "" : "|") + item;
-  return text;
-}
-
 std::string OnOff(bool on) { return on ? "on" : "off"; }
 
-// A list as "[items]=selected text/enabled"; ribbon lists are long, so they
-// show their size instead.
+// A list as "[items]=selected text/enabled"; ribbon lists show their size.
 std::string Describe(const ListControl& list, bool withItems = true) {
-  const std::string items = withItems ? Join(list.Items()) : std::to_string(list.NumberOfItems()) + " items";
+  std::string items;
+  for (const std::string& item : list.Items()) items += (items.empty() ? "" : "|") + item;
+  if (!withItems) items = std::to_string(list.NumberOfItems()) + " items";
   return "[" + items + "]=" + list.ObjectValueOfSelectedItem().value_or("-") + "/" + OnOff(list.IsEnabled());
 }
 
 class CardSetupModelTest : public ::testing::Test {
  protected:
-  // Loads `ppd` with `edits` for a printer of `type` (0 two-sided, 1 Series 31,
-  // 2 Series 1) that reports `ribbon`.
-  void Load(const std::string& ppd, long type, const std::optional<std::string>& ribbon, const Edits& edits = {}) {
-    std::string text = ppd_test::ReadFile(std::string(VKT_FIXTURE_PPD_DIR) + "/" + ppd);
-    for (const auto& [from, to] : edits) text = ppd_test::ReplaceLine(text, from, to);
+  // Loads `ppd` for a printer of `type` (0 two-sided, 1 Series 31, 2 Series 1)
+  // that reports `ribbon`, with stored defaults "Option choice ..." replaced.
+  void Load(const std::string& ppd, long type, const std::optional<std::string>& ribbon,
+            const std::string& edits = "") {
+    std::string text = ppd_test::ReadFile(std::string(VKT_FIXTURE_PPD_DIR) + "/" + ppd), key, value;
+    for (std::istringstream in(edits); in >> key >> value;) {
+      const size_t at = text.find("*Default" + ppd.substr(0, ppd.find('.')) + key + ": ");
+      ASSERT_NE(at, std::string::npos) << key;
+      text.replace(at, text.find('\n', at) - at, text.substr(at, text.find(": ", at) + 2 - at) + value);
+    }
     ppd_test::WriteFile(dir_.path() / "Card.ppd", text);
     helper_ = std::make_unique<PPDHelper>();
     helper_->InitPPD((dir_.path() / "Card.ppd").string());
@@ -82,142 +78,74 @@ class CardSetupModelTest : public ::testing::Test {
   std::unique_ptr<CardSetupModel> model_;
 };
 
-const Edits kMono2000Halftone = {
-    {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 12Monochrome2000"},
-    {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 1HalfTone"},
-    {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 10FrontKBackK"}};
-
 TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbon) {
-  const std::string colour = "comb [Front YMCO , Back K|Front YMCKO , Back YMCKO|Front YMC , Back KO]";
-  const std::string fourMonos = "mono [Diffusion|Halftone|Barcode|Text]";
-  struct Case {
-    const char* name;
+  const std::string colour =
+      "[Front YMCO , Back K|Front YMCKO , Back YMCKO|Front YMC , Back KO]=Front YMCO , Back K/on";
+  const std::string monos = " mono [Diffusion|Halftone|Barcode|Text]=";
+  const std::string none = "ribbon [1 items]=Unknown/off comb [None]=None/off" + monos + "-/on #0";
+  const std::string noRibbon = "There is no ribbon or unable to communicate to printer;";
+  const struct {
     const char* ppd;
     long type;
     std::optional<std::string> ribbon;
-    Edits edits;
-    std::string state;
-    std::string alerts;
+    std::string edits, state, alerts;
   } cases[] = {
-      {"the driver's own ribbon",
-       "VKTS32.ppd",
-       0,
-       "YMCKO",
-       {},
-       "both [No|Yes]=Yes/on ribbon [19 items]=YMCKO 100 Prints/off " + colour + "=Front YMCO , Back K/on " +
-           fourMonos + "=Diffusion/on #0 half off/off apply off",
-       ""},
-      {"no ribbon",
-       "VKTS32.ppd",
-       0,
-       "No Ribbon",
-       {},
-       "both [No|Yes]=Yes/on ribbon [1 items]=Unknown/off comb [None]=None/off " + fourMonos +
-           "=-/on #0 half off/off apply off",
-       "There is no ribbon or unable to communicate to printer;"},
-      {"a code beyond the table",
-       "VKTS32.ppd",
-       0,
-       "N/A",
-       {},
-       "both [No|Yes]=Yes/on ribbon [1 items]=Unknown/off comb [None]=None/off " + fourMonos +
-           "=-/on #0 half off/off apply off",
-       "There is no ribbon or unable to communicate to printer;"},
-      {"a code without a name",
-       "VKTS32.ppd",
-       0,
-       std::nullopt,
-       {},
-       "both [No|Yes]=Yes/on ribbon [19 items]=YMCKO 100 Prints/off " + colour + "=Front YMCO , Back K/on " +
-           fourMonos + "=Diffusion/on #0 half off/off apply on",
+      {"VKTS32.ppd", 0, "YMCKO", "",
+       "ribbon [19 items]=YMCKO 100 Prints/off comb " + colour + monos + "Diffusion/on #0 half off/off apply off", ""},
+      {"VKTS32.ppd", 0, "No Ribbon", "", none + " half off/off apply off", noRibbon},
+      {"VKTS32.ppd", 0, "N/A", "", none + " half off/off apply off", noRibbon},  // a code beyond the table
+      {"VKTS32.ppd", 0, std::nullopt, "",
+       "ribbon [19 items]=YMCKO 100 Prints/off comb " + colour + monos + "Diffusion/on #0 half off/off apply on",
        "Ribbon Changed to (null);"},
-      {"monochrome stored and reported", "VKTS32.ppd", 0, "Monochrome", kMono2000Halftone,
-       "both [No|Yes]=Yes/on ribbon [4 items]=High Capacity Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on " +
-           fourMonos + "=Halftone/on #1 half off/off apply on",
+      {"VKTS32.ppd", 0, "Monochrome",
+       "RibbonName 12Monochrome2000 MonoConversion 1HalfTone RibbonCombination 10FrontKBackK",
+       "ribbon [4 items]=High Capacity Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on" + monos +
+           "Halftone/on #1 half off/off apply on",
        ""},
-      {"monochrome reported, colour stored",
-       "VKTS32.ppd",
-       0,
-       "Monochrome",
-       {},
-       "both [No|Yes]=Yes/on ribbon [4 items]=Standard Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on " +
-           fourMonos + "=Diffusion/on #0 half off/off apply on",
+      {"VKTS32.ppd", 0, "Monochrome", "",
+       "ribbon [4 items]=Standard Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on" + monos +
+           "Diffusion/on #0 half off/off apply on",
        "Ribbon changed to Monochrome Ribbon. Please choose the type of Monochrome ribbon installed in your printer;"},
-      {"the same ribbon in another letter case",
-       "VKTS32.ppd",
-       0,
-       "KRO",
-       {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 17KrO500"}},
-       "both [No|Yes]=Yes/on ribbon [19 items]=KrO 500 Prints/off comb [Front KrO ,  Back KrO]=Front KrO ,  Back "
-       "KrO/on " +
-           fourMonos + "=Diffusion/on #0 half off/off apply off",
+      // The same ribbon in another letter case.
+      {"VKTS32.ppd", 0, "KRO", "RibbonName 17KrO500",
+       "ribbon [19 items]=KrO 500 Prints/off comb [Front KrO ,  Back KrO]=Front KrO ,  Back KrO/on" + monos +
+           "Diffusion/on #0 half off/off apply off",
        ""},
-      {"a printer ribbon no driver text holds",
-       "VKTS32.ppd",
-       0,
-       "WrKr 600 image",
-       {{"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 15KDO500"}},
-       "both [No|Yes]=Yes/on ribbon [19 items]=YMCKO 100 Prints/off " + colour + "=Front YMCO , Back K/on " +
-           fourMonos + "=Diffusion/on #0 half off/off apply on",
+      // A printer ribbon no driver text holds.
+      {"VKTS32.ppd", 0, "WrKr 600 image", "RibbonName 15KDO500",
+       "ribbon [19 items]=YMCKO 100 Prints/off comb " + colour + monos + "Diffusion/on #0 half off/off apply on",
        "Ribbon Changed to WrKr 600 image;"},
-      {"a changed ribbon",
-       "VKTS32.ppd",
-       0,
-       "KdO 500",
-       {},
-       "both [No|Yes]=Yes/on ribbon [19 items]=KdO 500 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back "
-       "KdO/on mono [None]=None/on #0 half off/off apply on",
+      {"VKTS32.ppd", 0, "KdO 500", "",
+       "ribbon [19 items]=KdO 500 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back KdO/on mono [None]=None/on "
+       "#0 half off/off apply on",
        "Ribbon Changed to KdO 500;"},
-      {"stored KdO with a half panel",
-       "VKTS32.ppd",
-       0,
-       "KdO 700",
-       {{"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 2Barcode"},
-        {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 16KDO700"},
-        {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 9FrontKdOBackKdO"},
-        {"*DefaultVKTS32AutoHalfPanel: 0false", "*DefaultVKTS32AutoHalfPanel: 1true"}},
-       "both [No|Yes]=Yes/on ribbon [19 items]=KdO 700 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back "
-       "KdO/on mono [None]=None/on #0 half on/on apply off",
+      {"VKTS32.ppd", 0, "KdO 700",
+       "MonoConversion 2Barcode RibbonName 16KDO700 RibbonCombination 9FrontKdOBackKdO AutoHalfPanel 1true",
+       "ribbon [19 items]=KdO 700 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back KdO/on mono [None]=None/on "
+       "#0 half on/on apply off",
        ""},
-      {"Series 31: stored Text on a KrO ribbon keeps the four conversions",
-       "VKTS31.ppd",
-       1,
-       "KRO",
-       {{"*DefaultVKTS31MonoConversion: 0Diffusion", "*DefaultVKTS31MonoConversion: 3Text"},
-        {"*DefaultVKTS31RibbonName: 0YMCKO100", "*DefaultVKTS31RibbonName: 17KrO500"}},
-       "both [No|Yes]=No/off ribbon [19 items]=KrO 500 Prints/off comb [Front KrO]=Front KrO/on " + fourMonos +
-           "=Text/on #3 half off/off apply off",
+      // Series 31: stored Text on a KrO ribbon keeps the four conversions; with combination 14 it is Text of two.
+      {"VKTS31.ppd", 1, "KRO", "MonoConversion 3Text RibbonName 17KrO500",
+       "ribbon [19 items]=KrO 500 Prints/off comb [Front KrO]=Front KrO/on" + monos +
+           "Text/on #3 half off/off apply off",
        ""},
-      {"Series 31: stored Text with combination 14 is Text of two",
-       "VKTS31.ppd",
-       1,
-       "YMCKO",
-       {{"*DefaultVKTS31MonoConversion: 0Diffusion", "*DefaultVKTS31MonoConversion: 3Text"}},
-       "both [No|Yes]=No/off ribbon [19 items]=YMCKO 100 Prints/off comb [Front YMCKO]=Front YMCKO/on mono "
-       "[Barcode|Text]=Text/on #1 half off/off apply off",
+      {"VKTS31.ppd", 1, "YMCKO", "MonoConversion 3Text",
+       "ribbon [19 items]=YMCKO 100 Prints/off comb [Front YMCKO]=Front YMCKO/on mono [Barcode|Text]=Text/on #1 half "
+       "off/off apply off",
        ""},
-      {"Series 1: monochrome index 12 is the second name",
-       "VKTS1.ppd",
-       2,
-       "Monochrome",
-       {{"*DefaultVKTS1RibbonName: 0YMCKO100", "*DefaultVKTS1RibbonName: 12Monochrome2000"}},
-       "both [No|Yes]=No/off ribbon [2 items]=Standard White Monochrome/on comb [Front K]=Front K/on " + fourMonos +
-           "=Diffusion/on #0 half off/off apply on",
+      // Series 1: monochrome index 12 is the second name, 13 falls off the list.
+      {"VKTS1.ppd", 2, "Monochrome", "RibbonName 12Monochrome2000",
+       "ribbon [2 items]=Standard White Monochrome/on comb [Front K]=Front K/on" + monos +
+           "Diffusion/on #0 half off/off apply on",
        ""},
-      {"Series 1: monochrome index 13 falls off the list",
-       "VKTS1.ppd",
-       2,
-       "Monochrome",
-       {{"*DefaultVKTS1RibbonName: 0YMCKO100", "*DefaultVKTS1RibbonName: 13WhiteMono"}},
-       "both [No|Yes]=No/off ribbon [2 items]=-/on comb [Front K]=Front K/on " + fourMonos +
-           "=Diffusion/on #0 half off/off apply on",
-       ""},
+      {"VKTS1.ppd", 2, "Monochrome", "RibbonName 13WhiteMono",
+       "ribbon [2 items]=-/on comb [Front K]=Front K/on" + monos + "Diffusion/on #0 half off/off apply on", ""},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.ppd) + " " + c.ribbon.value_or("-") + " " + c.edits);
     Load(c.ppd, c.type, c.ribbon, c.edits);
     if (HasFatalFailure()) return;
-    EXPECT_EQ(State(), c.state);
+    EXPECT_EQ(State(), (c.type ? "both [No|Yes]=No/off " : "both [No|Yes]=Yes/on ") + c.state);
     EXPECT_EQ(Alerts(), c.alerts);
   }
 }
@@ -271,37 +199,28 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
 }
 
 TEST_F(CardSetupModelTest, RestoreDefaultsPerModelClass) {
-  struct Case {
-    const char* ppd;
-    long type;
-    std::string ribbon;
-    std::string state;
-  } cases[] = {
-      {"VKTS32.ppd", 0, "YMCKO", "both Yes mode Print rotate None mono 0 comb 0 ribbon YMCKO 100 Prints apply on"},
-      {"VKTS31.ppd", 1, "YMCKO", "both No mode Print rotate None mono 0 comb 0 ribbon YMCKO 100 Prints apply on"},
-      {"VKTS1.ppd", 2, "YMCKO", "both No mode Print rotate None mono 0 comb 0 ribbon YMCKO 100 Prints apply on"},
-      // The ribbon list is on for a monochrome ribbon: its first ribbon comes back.
-      {"VKTS32.ppd", 0, "Monochrome",
-       "both Yes mode Print rotate None mono 0 comb 0 ribbon Standard Monochrome apply on"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.ppd) + " " + c.ribbon);
-    Load(c.ppd, c.type, c.ribbon);
+  // The ribbon list is on for a monochrome ribbon only: then its first ribbon comes back.
+  const std::tuple<const char*, long, const char*, const char*> cases[] = {
+      {"VKTS32.ppd", 0, "YMCKO", "Yes YMCKO 100 Prints"},
+      {"VKTS31.ppd", 1, "YMCKO", "No YMCKO 100 Prints"},
+      {"VKTS1.ppd", 2, "YMCKO", "No YMCKO 100 Prints"},
+      {"VKTS32.ppd", 0, "Monochrome", "Yes Standard Monochrome"}};
+  for (const auto& [ppd, type, ribbon, shown] : cases) {
+    SCOPED_TRACE(std::string(ppd) + ribbon);
+    Load(ppd, type, ribbon);
     if (HasFatalFailure()) return;
     CardSetupModel& m = *model_;
     m.Rotate.SelectItemAtIndex(1);
     m.PrintingMode.SelectItemAtIndex(1);
-    if (m.TypeOfRibbon.IsEnabled()) m.TypeOfRibbon.SelectItemAtIndex(2);  // a user can choose it only when it is on
+    if (m.TypeOfRibbon.IsEnabled()) m.TypeOfRibbon.SelectItemAtIndex(2);
     m.ApplySettingsBtn.SetEnabled(false);
     m.CardSetupRestoreDefaults();
-    EXPECT_EQ("both " + m.PrintOnBothside.ObjectValueOfSelectedItem().value_or("-") + " mode " +
-                  m.PrintingMode.ObjectValueOfSelectedItem().value_or("-") + " rotate " +
-                  m.Rotate.ObjectValueOfSelectedItem().value_or("-") + " mono " +
-                  std::to_string(m.MonoChromeConv.IndexOfSelectedItem()) + " comb " +
-                  std::to_string(m.RibbonCombinatioin.IndexOfSelectedItem()) + " ribbon " +
-                  m.TypeOfRibbon.ObjectValueOfSelectedItem().value_or("-") + " apply " +
-                  OnOff(m.ApplySettingsBtn.IsEnabled()),
-              c.state);
+    const auto text = [](const ListControl& list) { return list.ObjectValueOfSelectedItem().value_or("-"); };
+    EXPECT_EQ(text(m.PrintOnBothside) + " " + text(m.TypeOfRibbon), shown);
+    EXPECT_EQ(text(m.PrintingMode) + text(m.Rotate) + std::to_string(m.MonoChromeConv.IndexOfSelectedItem()) +
+                  std::to_string(m.RibbonCombinatioin.IndexOfSelectedItem()),
+              "PrintNone00");
+    EXPECT_TRUE(m.ApplySettingsBtn.IsEnabled());
   }
 }
 
@@ -318,8 +237,7 @@ TEST_F(CardSetupModelTest, ApplyTheServiceDoesNotTakeKeepsTheChoicesAndThePpd) {
   EXPECT_EQ(prompter_.prompts[0].message, "Authentication Error. Printer Settings are not saved");
   EXPECT_EQ(prompter_.prompts[0].buttons, std::vector<std::string>{"Ok"});
   EXPECT_EQ(prompter_.prompts[0].level, Prompter::Level::kStop);
-  EXPECT_TRUE(model_->ApplySettingsBtn.IsEnabled());
-  EXPECT_TRUE(model_->bSettingSaved);
+  EXPECT_TRUE(model_->ApplySettingsBtn.IsEnabled() && model_->bSettingSaved);
   EXPECT_EQ(model_->Rotate.IndexOfSelectedItem(), 3);
   EXPECT_EQ(ppd_test::ReadFile(dir_.path() / "Card.ppd"), before);
 }

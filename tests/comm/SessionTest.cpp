@@ -225,10 +225,6 @@ TEST(RibbonTableTest, NamesOfTheKnownCodesOnly) {
     const auto it = names.find(code);
     EXPECT_EQ(GetRibbonName(code), it == names.end() ? std::nullopt : std::optional(it->second)) << code;
   }
-  testing::internal::CaptureStderr();
-  GetRibbonName(20);
-  GetRibbonName(43);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "!!!value: (null)\n!!!value: YMCKO\n");
 }
 
 TEST(RibbonTableTest, FlagsPerRibbonIndex) {

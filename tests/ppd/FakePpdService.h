@@ -3,7 +3,13 @@
 // the named source over the destination, and answers.
 #pragma once
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <filesystem>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,21 +23,68 @@ class FakePpdService {
     bool hold = false;  // keep the connection open without a word until the service stops
   };
 
-  explicit FakePpdService(Options options);
+  explicit FakePpdService(Options options) : options_(std::move(options)) {
+    listener_ = Listen(&port_);
+    thread_ = std::thread([this] { Serve(); });
+  }
   FakePpdService() : FakePpdService(Options{}) {}
-  ~FakePpdService();
+  ~FakePpdService() {
+    ::shutdown(listener_, SHUT_RDWR);  // ends the accept of Serve
+    thread_.join();
+    ::close(listener_);
+    for (int client : held_) ::close(client);
+  }
   FakePpdService(const FakePpdService&) = delete;
   FakePpdService& operator=(const FakePpdService&) = delete;
 
   int port() const { return port_; }
   // The bytes of each request's first read, in order.
-  std::vector<std::string> Requests();
-
+  std::vector<std::string> Requests() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return requests_;
+  }
   // A port on 127.0.0.1 with nobody listening (bound, then released).
-  static int UnusedPort();
+  static int UnusedPort() {
+    int port = 0;
+    ::close(Listen(&port));
+    return port;
+  }
 
  private:
-  void Serve();
+  static int Listen(int* port) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || ::listen(fd, 8) != 0 ||
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+      throw std::runtime_error("cannot listen on 127.0.0.1");
+    *port = ntohs(address.sin_port);
+    return fd;
+  }
+  void Serve() {
+    for (int client; (client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
+      char buffer[1024];
+      const ssize_t n = ::read(client, buffer, sizeof buffer);
+      const std::string request(buffer, n > 0 ? static_cast<size_t>(n) : 0);
+      const auto bar = request.find('|');
+      std::error_code ignored;
+      if (options_.copySourceOverDestination && bar != std::string::npos)
+        std::filesystem::copy_file(request.substr(0, bar), request.substr(bar + 1),
+                                   std::filesystem::copy_options::overwrite_existing, ignored);
+      {
+        std::lock_guard<std::mutex> lock(mutex_);
+        requests_.push_back(request);
+      }
+      if (options_.hold) {
+        held_.push_back(client);
+        continue;
+      }
+      if (options_.answer) (void)!::write(client, options_.reply.data(), options_.reply.size());
+      ::close(client);
+    }
+  }
 
   Options options_;
   int listener_ = -1;

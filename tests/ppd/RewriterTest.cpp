@@ -136,7 +136,9 @@ TEST_F(Rewriter, SaveRibbonTypeAndRestoreWriteAndCallEvenWhenUnchanged) {
   EXPECT_EQ(helper.SaveRibbonType(0), 1);
   EXPECT_EQ(ReadFile(tempPath), original);
   EXPECT_EQ(ReadFile(ppdPath), original);
-  EXPECT_EQ(helper.RestorePPDSettings({-1, -1}), 1);  // missing elements count as -1
+  std::vector<int> two = {-1, -1, 2, 0};
+  two.resize(2);  // missing elements count as -1, whatever lies past the end
+  EXPECT_EQ(helper.RestorePPDSettings(two), 1);
   EXPECT_EQ(ReadFile(ppdPath), original);
   EXPECT_THAT(service->Requests(), ElementsAre(request, request));
   EXPECT_EQ(helper.SaveRibbonType(12), 1);

@@ -15,40 +15,31 @@
 
 namespace {
 
-// A fresh umockdev testbed per test, and a
-// loud failure when the process does not run under umockdev-wrapper (then
-// libusb would look at the real machine and prove nothing).
+// A fresh umockdev testbed per test, and a loud failure when the process does
+// not run under umockdev-wrapper (then libusb would look at the real machine).
 class UsbTransportTest : public testing::Test {
  protected:
-  static constexpr std::chrono::milliseconds kShortRead{150};
   const std::string kWanted = "VKT0000123";
 
-  void SetUp() override {
-    ASSERT_TRUE(UsbPrinterTestbed::PreloadActive())
-        << "LD_PRELOAD does not name libumockdev-preload: run this test under umockdev-wrapper";
-    testbed = std::make_unique<UsbPrinterTestbed>();
-  }
-
-  static PrinterProfile Profile(const std::string& serial) {
+  void SetUp() override { ASSERT_TRUE(UsbPrinterTestbed::PreloadActive()) << "run this test under umockdev-wrapper"; }
+  // A printer of the family's vendor (or `vendorXor` away from it) with the given serial number string.
+  int AddPrinter(const std::string& serial, bool busy = false, int vendorXor = 0) {
     PrinterProfile profile;
     profile.serial = serial;
     profile.replyTerminator = profile.firmwareTerminator = "\r";
-    return profile;
-  }
-  // A printer of the family's vendor with the given serial number string.
-  int AddPrinter(const std::string& serial, bool busy = false) {
-    return testbed->AddPrinter(USBCommunication::VendorId(), serial, Profile(serial), busy);
+    return testbed.AddPrinter(USBCommunication::VendorId() ^ vendorXor, serial, profile, busy);
   }
   int AddPrinter(UsbPrinterOptions options) {
+    PrinterProfile profile;
+    profile.serial = options.serial = kWanted;
     options.vendorId = USBCommunication::VendorId();
-    options.serial = kWanted;
-    return testbed->AddPrinter(options, Profile(kWanted));
+    return testbed.AddPrinter(options, profile);
   }
   std::unique_ptr<USBCommunication> Open(const std::string& serial) {
-    return std::make_unique<USBCommunication>(serial, kShortRead);
+    return std::make_unique<USBCommunication>(serial, std::chrono::milliseconds(150));
   }
 
-  std::unique_ptr<UsbPrinterTestbed> testbed;
+  UsbPrinterTestbed testbed;
 };
 
 using testing::ElementsAre;
@@ -78,13 +69,13 @@ TEST_F(UsbTransportTest, QueriesAndTheDrainTravelAsExactBytes) {
   int printer = AddPrinter(kWanted);
   auto usb = Open(kWanted);
   EXPECT_EQ(usb->GetDeviceStatus(), 1u);
-  EXPECT_EQ(testbed->Transcript(printer), "");  // opening does not drain
-  EXPECT_EQ(Ask(*usb, kFirmwareQuery), testbed->Printer(printer).Engine().State().firmware + "\r");
+  EXPECT_EQ(testbed.Transcript(printer), "");  // opening does not drain
+  EXPECT_EQ(Ask(*usb, kFirmwareQuery), testbed.Printer(printer).Engine().State().firmware + "\r");
   // Each write is one bulk OUT transfer holding exactly the given bytes.
-  EXPECT_THAT(testbed->Printer(printer).OutTransfers(), ElementsAre(kFirmwareQuery, kReplyRequest));
+  EXPECT_THAT(testbed.Printer(printer).OutTransfers(), ElementsAre(kFirmwareQuery, kReplyRequest));
   usb->FlushPrinterEndPoint();  // ends on the ACK, which it consumes
   EXPECT_EQ(Ask(*usb, kSerialQuery), kWanted + "\r");
-  EXPECT_EQ(testbed->Transcript(printer).substr(8), "\x1b.\r" + kReplyRequest + kSerialQuery + kReplyRequest);
+  EXPECT_EQ(testbed.Transcript(printer).substr(8), "\x1b.\r" + kReplyRequest + kSerialQuery + kReplyRequest);
   EXPECT_EQ(usb->GetIPAddress(), std::nullopt);
   EXPECT_EQ(usb->USBAttachKernelDriver(0), 1);
 }
@@ -94,7 +85,7 @@ TEST_F(UsbTransportTest, KernelPrinterDriverIsDetachedWhileOpenAndGivenBack) {
   options.kernelDriverBound = true;
   int printer = AddPrinter(options);
   Open(kWanted)->ClosePrinterHandle();
-  EXPECT_THAT(testbed->Printer(printer).Events(),
+  EXPECT_THAT(testbed.Printer(printer).Events(),
               ElementsAre("open", "serial", "open", "detach usblp", "claim 0", "release 0", "attach usblp"));
 }
 
@@ -110,15 +101,15 @@ TEST_F(UsbTransportTest, TheFirstMatchThatOpensIsKeptAndNoLaterOneCanTakeItsPlac
   EXPECT_EQ(usb->GetDeviceStatus(), 1u);
   // Exactly one match holds the interface and none gave it back; the busy one
   // (wherever the bus lists it) cannot cost the tool the one it holds.
-  EXPECT_EQ(testbed->Printer(first).ClaimCount() + testbed->Printer(second).ClaimCount(), 1);
-  EXPECT_FALSE(Has(testbed->Printer(first).Events(), "release 0"));
-  EXPECT_FALSE(Has(testbed->Printer(second).Events(), "release 0"));
-  EXPECT_FALSE(Has(testbed->Printer(busy).Events(), "claim 0"));
-  EXPECT_EQ(testbed->Printer(other).ClaimCount(), 0);
+  EXPECT_EQ(testbed.Printer(first).ClaimCount() + testbed.Printer(second).ClaimCount(), 1);
+  EXPECT_FALSE(Has(testbed.Printer(first).Events(), "release 0"));
+  EXPECT_FALSE(Has(testbed.Printer(second).Events(), "release 0"));
+  EXPECT_FALSE(Has(testbed.Printer(busy).Events(), "claim 0"));
+  EXPECT_EQ(testbed.Printer(other).ClaimCount(), 0);
   usb->SendDataToPrinter(kFirmwareQuery.data(), 3);
-  const bool firstHeld = testbed->Printer(first).ClaimCount() == 1;
-  EXPECT_EQ(testbed->Transcript(firstHeld ? first : second), kFirmwareQuery);
-  EXPECT_EQ(testbed->Transcript(firstHeld ? second : first), "");
+  const bool firstHeld = testbed.Printer(first).ClaimCount() == 1;
+  EXPECT_EQ(testbed.Transcript(firstHeld ? first : second), kFirmwareQuery);
+  EXPECT_EQ(testbed.Transcript(firstHeld ? second : first), "");
   // Half a millisecond before each device of the vendor examined.
   EXPECT_FALSE(waits.entries.empty());
   EXPECT_EQ(waits.entries.front(),
@@ -126,7 +117,7 @@ TEST_F(UsbTransportTest, TheFirstMatchThatOpensIsKeptAndNoLaterOneCanTakeItsPlac
 }
 
 TEST_F(UsbTransportTest, OnlyOurVendorAndTheExactEmptySerialMatch) {
-  int foreign = testbed->AddPrinter(USBCommunication::VendorId() ^ 0x0F0F, kWanted, Profile(kWanted));
+  int foreign = AddPrinter(kWanted, false, 0x0F0F);
   int named = AddPrinter(kWanted);
   for (const std::string serial : {"NOSUCH", ""}) {
     auto usb = Open(serial);
@@ -136,9 +127,9 @@ TEST_F(UsbTransportTest, OnlyOurVendorAndTheExactEmptySerialMatch) {
   int empty = AddPrinter("");
   EXPECT_EQ(Open("")->GetDeviceStatus(), 1u);
   EXPECT_EQ(Open(kWanted)->GetDeviceStatus(), 1u);
-  EXPECT_EQ(testbed->Printer(empty).ClaimCount(), 1);
-  EXPECT_EQ(testbed->Printer(named).ClaimCount(), 1);
-  EXPECT_TRUE(testbed->Printer(foreign).Events().empty());
+  EXPECT_EQ(testbed.Printer(empty).ClaimCount(), 1);
+  EXPECT_EQ(testbed.Printer(named).ClaimCount(), 1);
+  EXPECT_TRUE(testbed.Printer(foreign).Events().empty());
 }
 
 TEST_F(UsbTransportTest, BusyOrUnopenedDeviceGetsNothingAndReadsFail) {
@@ -148,12 +139,12 @@ TEST_F(UsbTransportTest, BusyOrUnopenedDeviceGetsNothingAndReadsFail) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Could not open interface (error: fffffffa)\n");  // BUSY
   EXPECT_EQ(usb->GetPrinterHandle(), 1);                                                              // it matched
   EXPECT_EQ(usb->GetDeviceStatus(), 0xFFFFFFFFu);
-  EXPECT_FALSE(Has(testbed->Printer(busy).Events(), "claim 0"));
+  EXPECT_FALSE(Has(testbed.Printer(busy).Events(), "claim 0"));
   // Writes report success and send nothing; reads hand over no buffer.
   EXPECT_EQ(usb->SendDataToPrinter(kFirmwareQuery.data(), 3), 1);
   EXPECT_EQ(usb->SendDataToPrinter(nullptr, 3), -1);
   EXPECT_EQ(Ask(*usb, kFirmwareQuery), "<no buffer>:-1");
-  EXPECT_EQ(testbed->Transcript(busy), "");
+  EXPECT_EQ(testbed.Transcript(busy), "");
 }
 
 TEST_F(UsbTransportTest, FailedWriteIsLoggedWithTheErrorCode) {
@@ -177,17 +168,17 @@ TEST_F(UsbTransportTest, UnansweredReadAndCloseTwiceAreHarmlessAndTheTransportCa
   EXPECT_EQ(Ask(*usb, kSerialQuery), kWanted + "\r");  // the abandoned read left the pipe usable
   usb->ClosePrinterHandle();
   usb->ClosePrinterHandle();
-  auto events = testbed->Printer(printer).Events();
+  auto events = testbed.Printer(printer).Events();
   EXPECT_EQ(std::count(events.begin(), events.end(), "release 0"), 1);
   // Closed: writes are swallowed, reads fail.
   EXPECT_EQ(Ask(*usb, kFirmwareQuery), "<no buffer>:-1");
-  EXPECT_EQ(testbed->Transcript(printer), kSerialQuery + kReplyRequest);
+  EXPECT_EQ(testbed.Transcript(printer), kSerialQuery + kReplyRequest);
   // The session's reset reopens the same transport.
   EXPECT_EQ(usb->GetPrinterHandle(), 1);
   EXPECT_EQ(usb->GetDeviceStatus(), 1u);
   usb->SendDataToPrinter(kFirmwareQuery.data(), 3);
-  EXPECT_EQ(testbed->Transcript(printer), kSerialQuery + kReplyRequest + kFirmwareQuery);
-  EXPECT_EQ(testbed->Printer(printer).ClaimCount(), 2);
+  EXPECT_EQ(testbed.Transcript(printer), kSerialQuery + kReplyRequest + kFirmwareQuery);
+  EXPECT_EQ(testbed.Printer(printer).ClaimCount(), 2);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "CardSetupModel.h"
+#include "FakePpdService.h"
 #include "PPDHelper.h"
 #include "PpdTestSupport.h"
 #include "ScriptedPrompter.h"
@@ -48,7 +49,7 @@ class CardSetupModelTest : public ::testing::Test {
     context.icon = "/icon.png";
     context.printerType = type;
     context.reportedRibbon = ribbon;
-    context.applyExtras = [] { return CardSetupApplyExtras{}; };
+    context.applyExtras = [this] { return CardSetupApplyExtras{{}, serialLabel_}; };
     model_->SetContext(context);
     model_->PrintOnBothside.SetEnabled(type == 0);
     model_->StartUp(true);
@@ -74,6 +75,7 @@ class CardSetupModelTest : public ::testing::Test {
 
   ppd_test::ScratchDir dir_;
   ScriptedPrompter prompter_;
+  std::string serialLabel_;
   std::unique_ptr<PPDHelper> helper_;
   std::unique_ptr<CardSetupModel> model_;
 };
@@ -240,6 +242,28 @@ TEST_F(CardSetupModelTest, ApplyTheServiceDoesNotTakeKeepsTheChoicesAndThePpd) {
   EXPECT_TRUE(model_->ApplySettingsBtn.IsEnabled() && model_->bSettingSaved);
   EXPECT_EQ(model_->Rotate.IndexOfSelectedItem(), 3);
   EXPECT_EQ(ppd_test::ReadFile(dir_.path() / "Card.ppd"), before);
+}
+
+TEST_F(CardSetupModelTest, ASerialNumberReplyOutsideItsRuleKeepsTheStoredOneAndTheRestIsSaved) {
+  FakePpdService service;
+  ppd_test::ScopedEnv port("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
+  const std::pair<std::string, std::string> cases[] = {
+      {"S32-77\r", "*PrinterSerialNo: S32-77"},
+      {"S32/../x\r", "*PrinterSerialNo: VKT3200001"},  // the PPD service would refuse the whole save
+      {"S32 \"1\r", "*PrinterSerialNo: VKT3200001"},
+  };
+  for (const auto& [label, line] : cases) {
+    SCOPED_TRACE(label);
+    serialLabel_ = label;
+    Load("VKTS32.ppd", 0, "YMCKO");
+    ASSERT_FALSE(HasFatalFailure());
+    model_->Rotate.SelectItemAtIndex(3);
+    EXPECT_EQ(model_->SaveSettings(), 1);
+    EXPECT_TRUE(prompter_.prompts.empty());
+    const std::string saved = ppd_test::ReadFile(dir_.path() / "Card.ppd");
+    EXPECT_NE(saved.find("\n" + line + "\n"), std::string::npos);
+    EXPECT_NE(saved.find("\n*DefaultVKTS32Rotation: 3Both\n"), std::string::npos);
+  }
 }
 
 }  // namespace

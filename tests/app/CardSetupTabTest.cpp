@@ -27,6 +27,7 @@ TEST_F(CardSetupTab, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
   auto& ui = app_->ui();
   ASSERT_TRUE(prompter_.prompts.empty());
   ui.Rotate->SelectItemAtIndex(3);
+  ui.PrintingMode->SelectItemAtIndex(1);
   ui.RibbonCombinatioin->SelectItemAtIndex(app_test::Items(ui.RibbonCombinatioin).indexOf("Front YMCKO , Back YMCKO"));
   ASSERT_EQ(app_test::Items(ui.MonoChromeConv), (QStringList{"Barcode", "Text"}));
   ui.MonoChromeConv->SelectItemAtIndex(1);
@@ -45,6 +46,7 @@ TEST_F(CardSetupTab, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
   const std::string expected = Edited(Original(), {{"*PrinterSerialNo: VKT3200001", "*PrinterSerialNo: S32000001"},
       {"*PrinterIPAddress: 203.0.113.10", "*PrinterIPAddress: 127.0.0.1"},
       {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 3Both"},
+      {"*DefaultVKTS32PrintingMode: 0PrintnEncode", "*DefaultVKTS32PrintingMode: 1EncodeOnly"},
       {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"},
       {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 1FrontYmckoBackYmcko"},
       {"*DefaultVKTS32AutoHalfPanel: 0false", "*DefaultVKTS32AutoHalfPanel: 1true"},

@@ -206,6 +206,15 @@ TEST(ArchiveFormats, HostileFilesAreRefusedWithAReason) {
     be(table, 8);
     return out;
   };
+  // The smallest binary form (one-byte offsets and references), as plistlib
+  // writes it: a settings dictionary whose one key holds a NUL, on which
+  // libplist would abort.
+  const std::string nulKey = std::string(
+                                 "bplist00\xD1\x01\x02\x5F\x10\x12VKTS3PrinterConfig\xD1\x03\x04\x53"
+                                 "a\0b\x10\x01\x08\x0B \x23\x27",
+                                 46) +
+                             std::string(6, '\0') + "\x01\x01" + std::string(7, '\0') + "\x05" + std::string(15, '\0') +
+                             "\x29";
   const std::string head = "<?xml version=\"1.0\"?><plist>", notPlist = "is not a property list.";
   const std::string deep = "nests its values too deeply to be a settings file.";
   const std::string notDict = "holds \"VKTS3PrinterConfig\", but not as a dictionary of settings.";
@@ -214,6 +223,7 @@ TEST(ArchiveFormats, HostileFilesAreRefusedWithAReason) {
       {binary(100000), deep},
       {binary(16), deep},
       {binary(15), notDict},
+      {nulKey, notPlist},
       {head + "<dict><key>VKTS3PrinterConfig</key><string>a" + std::string(1, '\0') + "b</string></dict></plist>",
        notPlist},
       {nested(16), deep},

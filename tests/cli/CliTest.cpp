@@ -223,6 +223,10 @@ TEST(Cli, EncoderSettingsAndCardsReachThePrinter) {
   CliRun invalid = Cli("encode Card2 --track1 'AB-C' --yes");
   EXPECT_EQ(invalid.status, 1);
   EXPECT_EQ(invalid.err, "Card2: Invalid Character for Encoding.\n");
+  // The rule is that of the format the printer holds for the track.
+  ASSERT_EQ(Cli("encoder Card2 --set 't1-mode=Track 2 format (numeric)'").status, 0);
+  EXPECT_EQ(Cli("encode Card2 --track1 ABC --yes").err, "Card2: Invalid Character for Encoding.\n");
+  ASSERT_EQ(Cli("encoder Card2 --set 't1-mode=Track 1 format (alphanumeric)'").status, 0);
   CliRun declined = Cli("encode Card2 --track1 'ABC 123'");
   EXPECT_EQ(declined.status, 1);
   EXPECT_EQ(declined.err,

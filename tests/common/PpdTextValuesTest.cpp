@@ -20,6 +20,7 @@ TEST(PpdTextValues, EachKeywordKeepsToItsRule) {
   } cases[] = {
       {"FileName", "", std::nullopt},
       {"FileName", "VKTS3_log-2026.txt", std::nullopt},
+      {"FileName", "zZ9", std::nullopt},
       {"FileName", std::string(32, 'a'), std::nullopt},
       {"FileName", std::string(33, 'a'), fileName},
       {"FileName", "../x", fileName},

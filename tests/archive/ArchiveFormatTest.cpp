@@ -114,13 +114,14 @@ TEST(ArchiveFormats, WrittenFilesLoadInPlistlibWithExactKeysAndTypes) {
   values.JobLog.EnableLog = values.JobLog.Date = values.JobLog.MTrack3 = 1;
   values.JobLog.Separator = ";";
   values.JobLog.FileName = "Cards.log";
-  values.JobLog.StaticText = "Gr\xc3\xbc\xc3\x9f\xe2\x82\xac!\xe2\x82";  // whole characters stay, half of one goes
+  // Whole characters stay; half of one, and one beyond U+10FFFF, go.
+  values.JobLog.StaticText = "Gr\xc3\xbc\xc3\x9f\xe2\x82\xac\xf0\x9f\x98\x80\xf4\x90\x80\x80!\xe2\x82";
   ASSERT_TRUE(driver_settings::Write(values, driver, error)) << error;
   EXPECT_EQ(RunPython(kDump, driver),
             ": VKTS3PrinterConfig\n/VKTS3PrinterConfig: Print_on_both_sides=int:1 Rotate180=int:-1 "
             "Mono_Conversion=int:2 Printing_Mode=int:0 LogEnabled=int:1 Create_Each_Day_Log=int:0 Time=int:0 "
             "Date=int:1 Printer_SerialNumber=int:0 IPAddress=int:0 User_Name=int:0 JobID=int:0 Mdata1=int:0 "
-            "Mdata2=int:0 Mdata3=int:1 Separator=str:';' FileName=str:'Cards.log' StaticText=str:'Grüß€!'\n");
+            "Mdata2=int:0 Mdata3=int:1 Separator=str:';' FileName=str:'Cards.log' StaticText=str:'Grüß€😀!'\n");
   EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 3);  // no temporary files
   // A folder that does not exist: a reason, and nothing written.
   const std::string nowhere = (dir.path() / "no" / "such.plist").string();

@@ -113,6 +113,12 @@ TEST_F(ServiceProgramTest, ServesLogsEveryRequestStopsOnSigtermAndRefusesBadOpti
     EXPECT_EQ(WEXITSTATUS(program.Stop(0)), 2) << bad;
     EXPECT_EQ(program.Log(), "usage: vkts3-ppd-service [--port PORT] [--group NAME]...\n");
   }
+  {  // Without --port, the service's own port (taken already where the service is installed).
+    ServiceProgram program(root.Path(), {"--group", "root"});
+    for (int wait = 0; wait < 500 && program.Log().find("127.0.0.1:") == std::string::npos; ++wait)
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_NE(program.Log().find("127.0.0.1:24671"), std::string::npos) << program.Log();
+  }
   // Without --group, the groups the scheduler trusts: its SystemGroup line.
   const std::pair<std::string, std::string> confs[] = {
       {"LogLevel warn\nSystemGroup sys nogroup\n",

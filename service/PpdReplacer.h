@@ -1,8 +1,8 @@
 // Puts an edited PPD in place of an installed card-printer PPD: checks both
-// paths, reads the source with the requester's rights, checks its owner and
-// size and the content rule, then replaces the file
-// atomically (the previous file kept as <queue>.ppd.O). Killed at any moment
-// it leaves the old PPD or the new one, whole.
+// paths, reads the source with the requester's rights, checks its owner, its
+// size and the content rule, then replaces the file atomically (the previous
+// file kept as <queue>.ppd.O). Killed at any moment it leaves the old PPD or
+// the new one, whole.
 #pragma once
 
 #include <sys/types.h>

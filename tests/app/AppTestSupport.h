@@ -1,19 +1,14 @@
 // Shared pieces of the window tests: the QApplication, emulated printers from
-// the profiles, and a main window started against one.
+// the profiles, sessions to them and the PPD fixtures.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <QStringList>
 #include <QTemporaryDir>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "AppDelegate.h"
 #include "EmulatorServer.h"
-#include "PrinterProfile.h"
 #include "RecordingWaits.h"
 #include "ScriptedPrompter.h"
 #include "VktComboBox.h"
@@ -30,38 +25,5 @@ std::unique_ptr<DeviceCommunication> SessionTo(const std::string& queue, int por
 // Path of a PPD fixture of tests/fixtures/ppd.
 std::string FixturePpd(const std::string& file);
 std::string ReadFile(const std::string& path);
-using Edits = std::vector<std::pair<std::string, std::string>>;
-// `text` with each `from` replaced by its `to`; every `from` must be there.
-std::string Edited(std::string text, const Edits& edits);
-QStringList Items(const VktComboBox* list);
-
-// A main window for the queue "Card": a PPD of our own in a private server
-// root, an emulated printer, a scripted prompter, recorded waits, and every
-// byte the session writes.
-class WindowTest : public ::testing::Test {
- protected:
-  void SetUp() override;
-  void TearDown() override;
-  // Starts the printer of `profile` (profile lines `extra` laid over it),
-  // installs `ppd` and runs start-up.
-  AppDelegate::StartupResult Start(const std::string& profile = "VKTS32", const std::string& ppd = "VKTS32.ppd",
-                                   const std::string& extra = {});
-  AppDelegate::Seams Seams();
-  // Forgets the prompts, waits and bytes so far.
-  void Forget();
-  // Every byte the session wrote since the last call (or Forget()).
-  std::string Sent() { return std::exchange(sent_, {}); }
-  Ui::MainWindow& ui() { return app_->ui(); }
-  std::string Root() const { return root_.path().toStdString(); }
-  std::string PpdPath() const { return Root() + "/ppd/Card.ppd"; }
-
-  QTemporaryDir root_;
-  RecordingWaits waits_;
-  ScriptedPrompter prompter_;
-  std::unique_ptr<EmulatorServer> server_;
-  std::unique_ptr<AppDelegate> app_;
-  std::string sent_;
-  int quits_ = 0;
-};
 
 }  // namespace app_test

@@ -31,12 +31,9 @@ std::string ReadFirstLine(const std::filesystem::path& path) {
 
 std::string FindBase() {
   if (const char* env = std::getenv("VKT_SANDBOX"); env && *env) return env;
-  std::error_code ec;
+  std::error_code ec, missing;  // a missing file is no reason to stop walking up
   for (auto dir = std::filesystem::current_path(ec); !ec && !dir.empty(); dir = dir.parent_path()) {
-    std::error_code missing;  // a missing file is no reason to stop walking up
-    if (std::filesystem::is_regular_file(dir / "vkt-sandbox-base", missing)) {
-      return ReadFirstLine(dir / "vkt-sandbox-base");
-    }
+    if (std::filesystem::is_regular_file(dir / "vkt-sandbox-base", missing)) return ReadFirstLine(dir / "vkt-sandbox-base");
     if (dir == dir.parent_path()) break;
   }
   return "/tmp/vkt-sb-" + std::to_string(getuid());
@@ -44,15 +41,13 @@ std::string FindBase() {
 
 // A process counts as running when /proc has it and it is not a zombie.
 bool ProcessAlive(const std::string& pid) {
-  std::ifstream stat("/proc/" + (pid.empty() ? "none" : pid) + "/stat");
-  const std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+  const std::string text = ReadFirstLine("/proc/" + (pid.empty() ? "none" : pid) + "/stat");
   const auto close = text.rfind(") ");
   return close != std::string::npos && close + 2 < text.size() && text[close + 2] != 'Z';
 }
 
 State Load() {
-  State state;
-  state.base = FindBase();
+  State state{FindBase(), {}, {}};
   const std::string hint = " Start it with: scripts/sandbox start --base " + state.base +
                            " (ctest starts it through the fixture \"sandbox\").";
   std::ifstream env(state.base + "/env");
@@ -65,10 +60,8 @@ State Load() {
     if (value.size() >= 2 && value.front() == '"' && value.back() == '"') value = value.substr(1, value.size() - 2);
     state.vars[line.substr(7, eq - 7)] = value;
   }
-  if (!ProcessAlive(ReadFirstLine(state.base + "/pids/cupsd.pid"))) {
-    state.error = "The sandbox's cupsd in " + state.base + " is not running." + hint;
-    return state;
-  }
+  if (!ProcessAlive(ReadFirstLine(state.base + "/pids/cupsd.pid")))
+    return {state.base, {}, "The sandbox's cupsd in " + state.base + " is not running." + hint};
   for (const auto& [name, value] : state.vars) setenv(name.c_str(), value.c_str(), 1);
   // Client tools and libcups must not fall back to a default queue of the host.
   unsetenv("PRINTER");
@@ -85,8 +78,7 @@ const State& Loaded() {
 }  // namespace
 
 ::testing::AssertionResult Require() {
-  if (Loaded().error.empty()) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << Loaded().error;
+  return Loaded().error.empty() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << Loaded().error;
 }
 
 std::string Base() { return Loaded().base; }
@@ -105,7 +97,7 @@ std::string InstalledPpd(const std::string& queue) {
     path = fetched;
   }
   std::ifstream in(path, std::ios::binary);
-  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   if (fetched[0]) ::unlink(fetched);
   return text;
 }

@@ -1,6 +1,7 @@
 // The list widget and the coercivity pair behave like the tool's lists and
 // radio pair, not like Qt's defaults; the message boxes behind the Prompter
-// show the exact texts and buttons.
+// show the exact texts and buttons; the model is decided from the firmware
+// text by its length and the letters at fixed positions.
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
@@ -10,12 +11,13 @@
 #include <QTimer>
 
 #include "AppTestSupport.h"
+#include "PrinterModelRules.h"
 #include "QtPrompter.h"
 #include "RadioPair.h"
 
 namespace {
 
-TEST(ListWidgetsTest, ProgramAndUserSelectionsNotifyAddingAndRemovingNever) {
+TEST(WidgetsTest, ProgramAndUserSelectionsNotifyAddingAndRemovingNever) {
   app_test::EnsureApplication();
   VktComboBox list;
   std::vector<int> seen;
@@ -49,7 +51,7 @@ TEST(ListWidgetsTest, ProgramAndUserSelectionsNotifyAddingAndRemovingNever) {
   EXPECT_TRUE(pair.FirstOn() && !pair.SecondOn());
 }
 
-TEST(ListWidgetsTest, MessageBoxesShowTheTextsAndReportTheButtonPressed) {
+TEST(WidgetsTest, MessageBoxesShowTheTextsAndReportTheButtonPressed) {
   app_test::EnsureApplication();
   const struct {
     std::string header, message;
@@ -88,6 +90,36 @@ TEST(ListWidgetsTest, MessageBoxesShowTheTextsAndReportTheButtonPressed) {
     QtPrompter prompter;
     EXPECT_EQ(prompter.Show(c.header, c.message, c.buttons, Prompter::Level::kNote, {}, c.timeout), c.answer);
     EXPECT_EQ(seen.toStdString(), c.seen.toStdString());
+  }
+}
+
+TEST(WidgetsTest, FirmwareTextsDecideModelSidesEncoderAndSmartCard) {
+  const struct {
+    const char* firmware;
+    long currentType;
+    const char* decided;  // name, type, sides, encoder, smart card
+  } cases[] = {
+      // 20 characters: the names decide, position 5 the smart card, 6 the encoder.
+      {"VKT11 VKT31 V1.00.01", 0, "Orvex VKT Series 1|2|one|no|No"},
+      {"VKT31-M V1.02.03.016", 0, "Orvex VKT Series 31|1|one|yes|No"},
+      {"VKT32-M V1.02.03.016", 1, "Orvex VKT Series 32|0|two|yes|No"},
+      {"VKT32EM V1.02.03.016", 0, "Orvex VKT Series 32|0|two|yes|Contact Station"},
+      {"VKT32AM V1.02.03.016", 0, "Orvex VKT Series 32|0|two|yes|PS/SC Contact encoder + Contactless Mifare"},
+      {"VKT32-E V1.02.03.016", 0, "Orvex VKT Series 32|0|two|no|No"},
+      // 19 and 21 characters: positions 7 and 6; the names do not matter and the type stays.
+      {"VKTS3CEM V1.02.0345", 0, "Orvex VKT Series 3|0|two|yes|Contact Station"},
+      {"VKTS3-AM V1.02.03.045", 0, "Orvex VKT Series 3|0|two|yes|PS/SC Contact encoder + Contactless Mifare"},
+      {"VKT11-M V1.01.07.0021", 2, "Orvex VKT Series 3|2|two|no|No"},
+      {"", 0, "Orvex VKT Series 3|0|two|no|No"},
+      {"NA", 1, "Orvex VKT Series 3|1|two|no|No"},
+      {"VKT", 0, "Orvex VKT Series 3|0|two|no|No"},
+  };
+  for (const auto& c : cases) {
+    const PrinterModelRules rules = PrinterModelRules::Decide(c.firmware, c.currentType);
+    EXPECT_EQ(rules.PrinterName + "|" + std::to_string(rules.PrinterType) + "|" + (rules.bDualSide ? "two" : "one") +
+                  "|" + (rules.magEncoder ? "yes" : "no") + "|" + rules.SmartCard,
+              c.decided)
+        << c.firmware;
   }
 }
 

@@ -6,18 +6,8 @@
 // rules are tested in tests/cardsetup, tests/encoder and tests/tools.
 // The card-setup tests come first: the driver's value tables keep the first
 // model they see in the process, and this is VKTS32.
-#include <gmock/gmock.h>
 
-#include <QCheckBox>
 #include <QDialog>
-#include <QDir>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMainWindow>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTabWidget>
 #include <QTest>
 #include <QTimer>
 #include <algorithm>
@@ -180,9 +170,6 @@ class Window : public ::testing::Test {
   std::string Status() { return ui().PrintStatus->text().toStdString(); }
   QLineEdit* Track(int n) { return std::array{ui().leTrack1, ui().leTrack2, ui().leTrack3}[n - 1]; }
   QCheckBox* Check(int n) { return std::array{ui().chTrack1, ui().chTrack2, ui().chTrack3}[n - 1]; }
-  std::array<VktComboBox*, 6> EncoderLists() {
-    return {ui().BoxT1Mode, ui().BoxT2Mode, ui().BoxT3Mode, ui().BoxT1Density, ui().BoxT2Density, ui().BoxT3Density};
-  }
   // The user clicks a check box on its box and types into a field, key by key.
   static void Click(QCheckBox* box) { QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2)); }
   void Tick(int n, const QString& text) { Click(Check(n)), QTest::keyClicks(Track(n), text); }
@@ -220,33 +207,25 @@ class Window : public ::testing::Test {
 // ---- card setup: Apply and Close through a stand-in for the PPD service (a
 // save the real service refuses is tested through vkts3-cli in tests/cli).
 
+// What each list's choice writes is the model's (tests/cardsetup); the window
+// adds the auto-detect box, the offsets of the device-settings tab and the
+// identity lines every first Apply writes: the printer's serial number (the
+// label without its terminator) and the address of a network printer.
 TEST_F(Window, ApplyWritesExactlyTheChangedLinesAndThenNothing) {
   Begin();
   ui().Rotate->SelectItemAtIndex(3);
-  ui().PrintingMode->SelectItemAtIndex(1);
-  ui().RibbonCombinatioin->SelectItemAtIndex(Items(ui().RibbonCombinatioin).indexOf("Front YMCKO , Back YMCKO"));
-  ASSERT_EQ(Items(ui().MonoChromeConv), (QStringList{"Barcode", "Text"}));
-  ui().MonoChromeConv->SelectItemAtIndex(1);
   ui().leFrontX->setText("12");
   ui().leBackY->setText("-4");
   ui().chBoxAutoDetect->setEnabled(true);
   ui().chBoxAutoDetect->click();
-  ASSERT_TRUE(ui().ApplySettingsBtn->isEnabled());
   ui().ApplySettingsBtn->click();
   EXPECT_TRUE(prompter_.prompts.empty() && !ui().ApplySettingsBtn->isEnabled() && app_->CardSetup().bSettingSaved);
-  // The identity lines every first Apply writes: the printer's serial number
-  // (the label without its terminator) and the address of a network printer.
-  // clang-format off
-  const std::string expected = Edited(Original(), {
-      {"*PrinterSerialNo: VKT3200001", "*PrinterSerialNo: S32000001"},
-      {"*PrinterIPAddress: 203.0.113.10", "*PrinterIPAddress: 127.0.0.1"},
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 3Both"},
-      {"*DefaultVKTS32PrintingMode: 0PrintnEncode", "*DefaultVKTS32PrintingMode: 1EncodeOnly"},
-      {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text"},
-      {"*DefaultVKTS32RibbonCombination: 4FrontYmckoBackK", "*DefaultVKTS32RibbonCombination: 1FrontYmckoBackYmcko"},
-      {"*DefaultVKTS32AutoHalfPanel: 0false", "*DefaultVKTS32AutoHalfPanel: 1true"},
-      {"*FrontX: 0", "*FrontX: 12"}, {"*BackY: 0", "*BackY: -4"}});
-  // clang-format on
+  const std::string expected = Edited(Original(), {{"*PrinterSerialNo: VKT3200001", "*PrinterSerialNo: S32000001"},
+                                                   {"*PrinterIPAddress: 203.0.113.10", "*PrinterIPAddress: 127.0.0.1"},
+                                                   {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 3Both"},
+                                                   {"*DefaultVKTS32AutoHalfPanel: 0false", "*DefaultVKTS32AutoHalfPanel: 1true"},
+                                                   {"*FrontX: 0", "*FrontX: 12"},
+                                                   {"*BackY: 0", "*BackY: -4"}});
   EXPECT_EQ(Ppd(), expected);
   // Nothing differs from the file any more: no request, no change, no message;
   // Close after Apply does not store the ribbon again.
@@ -281,18 +260,13 @@ TEST_F(Window, EachModelShowsItsInformationAndTabs) {
        "Orvex VKT Series 32|VKT32-M V1.02.03.016|S32000001\r|2950\r|1234|YMCKO|120|Yes|No|type 0 two-sided both-on " + all},
       {"VKTS1-both-names", "VKTS1.ppd", "",
        "Orvex VKT Series 1|VKT11 VKT31 V1.00.01|S01000002\r|2950\r|1234|Monochrome|500|No|No|type 2 one-sided both-off " + noEncoder},
-      {"VKTS31", "VKTS31.ppd", "",
-       "Orvex VKT Series 31|VKT31-M V1.02.03.016|S31000001\r|2950\r|1234|KRO|300|Yes|No|type 1 one-sided both-off " + all},
       {"VKTS3C-21", "VKTS32C.ppd", "", "|Yes|PS/SC Contact encoder + Contactless Mifare|"},
-      {"VKTS3C-noencoder", "VKTS32C.ppd", "", "|No|No|type 0 two-sided both-on " + noEncoder},
-      // Nothing remaining reads N/A only for a monochrome ribbon (that one: tests/cli).
-      {"VKTS32", "VKTS32.ppd", "ribbon_remaining = 0", "|YMCKO|0|"},
       // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.profile) + " " + c.extra);
     ASSERT_EQ(Start(c.profile, c.ppd, c.extra), Result::kReady);
-    EXPECT_THAT(Facts(), ::testing::HasSubstr(c.facts));
+    EXPECT_NE(Facts().find(c.facts), std::string::npos) << Facts();
   }
 }
 
@@ -334,14 +308,6 @@ TEST_F(Window, Series32AsksInTheOrderOfTheInformationAndBindsTheLists) {
     widget->SelectItemAtIndex(other);
     EXPECT_EQ(control->IndexOfSelectedItem(), other) << widget->objectName().toStdString();
   }
-  // The model's own changes show on the widget, and its rules answer the widget's choice.
-  const int first = ui().TypeOfRibbon->NumberOfItems();
-  model.TypeOfRibbon.AddItems({"Unknown", "YMCKO 200"});
-  ASSERT_EQ(ui().TypeOfRibbon->ItemAt(first + 1), "YMCKO 200");
-  ui().TypeOfRibbon->SelectItemAtIndex(first + 1);
-  EXPECT_TRUE(ui().ApplySettingsBtn->isEnabled());
-  ui().TypeOfRibbon->SelectItemAtIndex(first);
-  EXPECT_FALSE(ui().ApplySettingsBtn->isEnabled());
 }
 
 TEST_F(Window, WithoutAnAnsweringPrinterATransportOrAPpd) {
@@ -373,12 +339,9 @@ TEST_F(Window, WithoutAnAnsweringPrinterATransportOrAPpd) {
 
   // The operating system's version: its pretty name once, else its name and version.
   for (const auto& [release, shown] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"PRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nVERSION=\"12 (bookworm)\"\n",
-            "Debian GNU/Linux 12 (bookworm)"},
-           {"NAME=\"Fedora Linux\"\nVERSION=\"40 (Workstation Edition)\"\n",
-            "Fedora Linux Version 40 (Workstation Edition)"},
-           {"NAME=Arch\n", "Arch"},
-           {"", "Linux"}}) {
+           {"PRETTY_NAME='Debian 12'\nVERSION=\"12\"\n", "Debian 12"},
+           {"NAME=\"Fedora Linux\"\nVERSION=\"40 (Workstation)\"\n", "Fedora Linux Version 40 (Workstation)"},
+           {"NAME=Arch\n", "Arch"}, {"", "Linux"}}) {
     std::ofstream(Root() + "/os-release") << release;
     StartWithout(false);
     EXPECT_EQ(ui().lblMacOSXVersionTxt->text().toStdString(), shown);
@@ -422,44 +385,16 @@ TEST_F(Window, ChildWindowsGetThePpdPathOrReportThatTheyCannotOpen) {
   EXPECT_EQ(Prompts(), ": Not able to display Job log dialouge.;: Not able to display Save/Restore dialouge.;");
   // With a window to open: it gets the PPD path and runs modally until it is closed.
   std::string handed;
-  ASSERT_EQ(Relaunch([&](AppDelegate::Seams& seams) {
-              seams.makeJobLogWindow = [&](const std::string& ppdPath, QWidget* parent) {
-                auto dialog = std::make_unique<QDialog>(parent);
-                QTimer::singleShot(0, dialog.get(), [&handed, ppdPath, d = dialog.get()] {
-                  handed = d->isVisible() ? ppdPath : "not shown";
-                  d->done(0);
-                });
-                return dialog;
-              };
-            }),
-            Result::kReady);
-  app_->JobLogBtn();
+  const auto open = [&](const std::string& ppdPath, QWidget* parent) {
+    auto dialog = std::make_unique<QDialog>(parent);
+    QTimer::singleShot(0, dialog.get(), [&handed, ppdPath, d = dialog.get()] {
+      handed = d->isVisible() ? ppdPath : "not shown", d->done(0);
+    });
+    return dialog;
+  };
+  ASSERT_EQ(Relaunch([&](AppDelegate::Seams& seams) { seams.makeJobLogWindow = open; }), Result::kReady);
+  ui().JobLogBtn->click();
   EXPECT_EQ(handed + Prompts(), PpdPath());
-}
-
-// Every tab, shown in turn, fits a 1024x768 screen with every control inside
-// the window; the pictures land in <build>/screenshots/tabs/ for a person to look at.
-TEST_F(Window, EveryTabFitsTheScreenWithAllItsControlsVisible) {
-  ASSERT_EQ(Start("VKTS32", "VKTS32.ppd", "ribbon_code = 54"), Result::kReady);  // with a ribbon-change alert
-  QMainWindow* window = app_->window();
-  EXPECT_EQ(window->size(), QSize(940, 640));
-  EXPECT_LE(window->minimumSizeHint().width(), 1024);
-  EXPECT_LE(window->minimumSizeHint().height(), 740);  // room for a panel and the title bar
-  const QString folder = QStringLiteral(VKT_SCREENSHOT_DIR "/tabs");
-  QDir().mkpath(folder);
-  for (int i = 0; i < ui().tabview->count(); ++i) {
-    QWidget* tab = ui().tabview->widget(i);
-    ui().tabview->setCurrentIndex(i);
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(window->grab().save(folder + "/" + tab->objectName() + ".png"));
-    for (QWidget* control : tab->findChildren<QWidget*>()) {
-      if (control->objectName().isEmpty() || control->objectName().startsWith("qt_") || !control->isVisibleTo(tab))
-        continue;
-      const QRect where(control->mapTo(window, QPoint(0, 0)), control->size());
-      EXPECT_TRUE(window->rect().contains(where) && where.width() > 0)
-          << tab->objectName().toStdString() << ": " << control->objectName().toStdString() << " lies outside";
-    }
-  }
 }
 
 // ---- encoding tab
@@ -467,12 +402,13 @@ TEST_F(Window, EveryTabFitsTheScreenWithAllItsControlsVisible) {
 TEST_F(Window, TheUsersKeysGoThroughTheRuleOfTheTracksFormat) {
   Begin({}, &Ui::MainWindow::EncodingTab);
   // A disabled field takes no keys; ticking enables it, unticking empties it.
+  std::string seen;
   QTest::keyClicks(Track(2), "12");
-  EXPECT_EQ(Track(2)->text(), "");
+  seen += Track(2)->text().toStdString() + "|";
   Tick(2, "12");
-  EXPECT_EQ(Track(2)->text(), "12");
+  seen += Track(2)->text().toStdString() + "|";
   Click(Check(2));
-  EXPECT_EQ(Track(2)->text().toStdString() + (Track(2)->isEnabled() ? "on" : "off"), "off");
+  EXPECT_EQ(seen + Track(2)->text().toStdString() + (Track(2)->isEnabled() ? "on" : "off"), "|12|off");
   // Ticking again selects the field's text for typing over.
   Click(Check(2));
   Track(2)->setText("34");
@@ -513,8 +449,6 @@ TEST_F(Window, EncodeAndReadSendTheTickedTracksAndShowWhatThePrinterReads) {
   EXPECT_EQ(Prompts(), "Card: Please put the appropriate card in the feeder. [icon];");
   // Track 3 unticked goes out empty.
   EXPECT_EQ(Sent(), "\x1b&B 1 ABC 123\r\x1b&B 2 1234=5678\r\x1b&B 3 \r\x1b&E*\r");
-  QDir().mkpath(VKT_SCREENSHOT_DIR);
-  EXPECT_TRUE(app_->window()->grab().save(VKT_SCREENSHOT_DIR "/encoding-tab.png"));
 
   // Only the ticked tracks are read; every field is emptied first.
   Click(Check(1));
@@ -530,15 +464,17 @@ TEST_F(Window, EncodeAndReadSendTheTickedTracksAndShowWhatThePrinterReads) {
 
 TEST_F(Window, ApplySendsTheChoicesRestoreDefaultsPutsTheFactoryChoiceBack) {
   Begin({}, &Ui::MainWindow::EncodingTab);
-  const auto shown = [this] {
+  const std::array<VktComboBox*, 6> lists = {ui().BoxT1Mode,    ui().BoxT2Mode,    ui().BoxT3Mode,
+                                             ui().BoxT1Density, ui().BoxT2Density, ui().BoxT3Density};
+  const auto shown = [&] {
     std::string text;
-    for (VktComboBox* box : EncoderLists()) text += std::to_string(box->IndexOfSelectedItem());
+    for (VktComboBox* box : lists) text += std::to_string(box->IndexOfSelectedItem());
     for (int n = 1; n <= 3; ++n)
       text += std::string(Check(n)->isChecked() ? "x" : "-") + Track(n)->text().toStdString() +
               (Track(n)->isEnabled() ? "e" : "d");
     return text + (ui().rdHighCo->isChecked() ? "H" : "") + (ui().rdLowCo->isChecked() ? "L" : "");
   };
-  for (int i = 0; i < 6; ++i) EncoderLists()[i]->SelectItemAtIndex("201101"[i] - '0');
+  for (int i = 0; i < 6; ++i) lists[i]->SelectItemAtIndex("201101"[i] - '0');
   QTest::mouseClick(ui().rdLowCo, Qt::LeftButton);
   QTest::mouseClick(ui().EncodeApplyBtn, Qt::LeftButton);
   std::string want;

@@ -2,12 +2,9 @@
 // radio pair, not like Qt's defaults; the message boxes behind the Prompter
 // show the exact texts and buttons; the model is decided from the firmware
 // text by its length and the letters at fixed positions.
-#include <gtest/gtest.h>
 
 #include <QAbstractButton>
-#include <QApplication>
 #include <QMessageBox>
-#include <QRadioButton>
 #include <QTimer>
 
 #include "AppTestSupport.h"

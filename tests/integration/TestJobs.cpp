@@ -25,10 +25,8 @@ std::unique_ptr<ipp_t, void (*)(ipp_t*)> QueueRequest(ipp_op_t op, const std::st
 
 std::string CardPdf(const std::string& tag) {
   return "%PDF-1.4\n%" + tag +
-         "\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
-         "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
-         "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 245.8 153.6]>>endobj\n"
-         "trailer<</Root 1 0 R>>\n%%EOF\n";
+         "\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+         "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 245.8 153.6]>>endobj\ntrailer<</Root 1 0 R>>\n%%EOF\n";
 }
 
 std::string WriteFile(const std::string& name, const std::string& bytes) {
@@ -82,8 +80,8 @@ BackendGate::BackendGate(const std::string& queue) : path_(vkt_sandbox::Var("VKT
 BackendGate::~BackendGate() { Open(); }
 
 void BackendGate::Open() {
-  std::error_code ec;
-  std::filesystem::remove(path_, ec);
+  std::error_code ignored;
+  std::filesystem::remove(path_, ignored);
 }
 
 }  // namespace test_jobs

@@ -19,15 +19,11 @@ if [ "$(id -u)" = 0 ]; then
 fi
 status=0
 for queue in Card VKTS31Socket VKTS1Socket VKTS3CSocket; do
-  file="$out/$queue.png"
-  rm -f "$file"
+  file="$out/$queue.png" && rm -f "$file"
   timeout 90 xvfb-run -a -s "-screen 0 1024x768x24 -ac" "${run[@]}" "$program" --queue "$queue" \
     --screenshot "$shots/$queue.png" || status=1
   [ "$shots" = "$out" ] || mv -f "$shots/$queue.png" "$file" 2>/dev/null || true
-  if [ ! -s "$file" ]; then
-    echo "no screenshot for $queue" >&2
-    status=1
-  fi
+  [ -s "$file" ] || { echo "no screenshot for $queue" >&2; status=1; }
 done
 [ "$shots" = "$out" ] || rm -rf "$shots"
 ls -l "$out"

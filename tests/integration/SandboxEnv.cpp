@@ -33,36 +33,32 @@ std::string FindBase() {
   if (const char* env = std::getenv("VKT_SANDBOX"); env && *env) return env;
   std::error_code ec, missing;  // a missing file is no reason to stop walking up
   for (auto dir = std::filesystem::current_path(ec); !ec && !dir.empty(); dir = dir.parent_path()) {
-    if (std::filesystem::is_regular_file(dir / "vkt-sandbox-base", missing)) return ReadFirstLine(dir / "vkt-sandbox-base");
+    if (std::filesystem::is_regular_file(dir / "vkt-sandbox-base", missing))
+      return ReadFirstLine(dir / "vkt-sandbox-base");
     if (dir == dir.parent_path()) break;
   }
   return "/tmp/vkt-sb-" + std::to_string(getuid());
 }
 
-// A process counts as running when /proc has it and it is not a zombie.
-bool ProcessAlive(const std::string& pid) {
-  const std::string text = ReadFirstLine("/proc/" + (pid.empty() ? "none" : pid) + "/stat");
-  const auto close = text.rfind(") ");
-  return close != std::string::npos && close + 2 < text.size() && text[close + 2] != 'Z';
-}
-
 State Load() {
-  State state{FindBase(), {}, {}};
-  const std::string hint = " Start it with: scripts/sandbox start --base " + state.base +
-                           " (ctest starts it through the fixture \"sandbox\").";
-  std::ifstream env(state.base + "/env");
-  if (!env) return {state.base, {}, "The sandbox is not running: " + state.base + "/env is missing." + hint};
+  const std::string base = FindBase(), hint = " Start it with: scripts/sandbox start --base " + base +
+                                              " (ctest starts it through the fixture \"sandbox\").";
+  std::ifstream env(base + "/env");
+  if (!env) return {base, {}, "The sandbox is not running: " + base + "/env is missing." + hint};
+  // A process counts as running when it exists and is no zombie (its state follows the name in parentheses).
+  const std::string pid = ReadFirstLine(base + "/pids/cupsd.pid"), stat = ReadFirstLine("/proc/" + pid + "/stat");
+  if (pid.empty() || stat.size() < stat.rfind(") ") + 3 || stat[stat.rfind(") ") + 2] == 'Z')
+    return {base, {}, "The sandbox's cupsd in " + base + " is not running." + hint};
+  State state{base, {}, {}};
   // Lines of the form: export NAME=VALUE or export NAME="VALUE".
   for (std::string line; std::getline(env, line);) {
     const auto eq = line.find('=');
     if (line.rfind("export ", 0) != 0 || eq == std::string::npos) continue;
     std::string value = line.substr(eq + 1);
     if (value.size() >= 2 && value.front() == '"' && value.back() == '"') value = value.substr(1, value.size() - 2);
+    setenv(line.substr(7, eq - 7).c_str(), value.c_str(), 1);
     state.vars[line.substr(7, eq - 7)] = value;
   }
-  if (!ProcessAlive(ReadFirstLine(state.base + "/pids/cupsd.pid")))
-    return {state.base, {}, "The sandbox's cupsd in " + state.base + " is not running." + hint};
-  for (const auto& [name, value] : state.vars) setenv(name.c_str(), value.c_str(), 1);
   // Client tools and libcups must not fall back to a default queue of the host.
   unsetenv("PRINTER");
   unsetenv("LPDEST");
@@ -91,12 +87,11 @@ std::string Var(const std::string& name) {
 std::string InstalledPpd(const std::string& queue) {
   std::string path = Base() + "/ppd/" + queue + ".ppd";
   char fetched[1024] = "";
-  if (::access(path.c_str(), R_OK) != 0) {
-    time_t modified = 0;
-    if (cupsGetPPD3(CUPS_HTTP_DEFAULT, queue.c_str(), &modified, fetched, sizeof fetched) != HTTP_STATUS_OK) return {};
-    path = fetched;
-  }
-  std::ifstream in(path, std::ios::binary);
+  time_t modified = 0;
+  if (::access(path.c_str(), R_OK) != 0 &&
+      cupsGetPPD3(CUPS_HTTP_DEFAULT, queue.c_str(), &modified, fetched, sizeof fetched) != HTTP_STATUS_OK)
+    return {};
+  std::ifstream in(fetched[0] ? fetched : path.c_str(), std::ios::binary);
   std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   if (fetched[0]) ::unlink(fetched);
   return text;

@@ -41,8 +41,9 @@ TEST(ReaderModel, ModelKeywordsValueTablesAndDefaultsFollowTheFirstPcFileName) {
   EXPECT_EQ(helper.PPD_strPrinterSerialNo, Case().serial);
   EXPECT_EQ(helper.PPD_strIPAddress, "203.0.113.10");
   EXPECT_EQ(helper.IsRibbonAlertEnabled(), 1);
-  // Keyword, table, table size and the value read, which names a default
-  // line the file holds: that is how the rewriter finds a line.
+  // Keyword, table, table size and the value read. Each line of a table is
+  // the default line of one choice the file offers, in order: that is how the
+  // rewriter finds and writes a line.
   const struct {
     std::string keyword;
     Table table;
@@ -66,14 +67,15 @@ TEST(ReaderModel, ModelKeywordsValueTablesAndDefaultsFollowTheFirstPcFileName) {
     EXPECT_EQ(option.keyword.substr(0, p.size()), p);
     const auto& table = PPDHelper::ValueTable(option.table);
     ASSERT_EQ(table.size(), option.size);
-    for (const std::string& line : table) EXPECT_EQ(line.rfind("*Default" + option.keyword + ": ", 0), 0u) << line;
-    const std::string line = "\n" + table.at(size_t(option.value)) + "\n";
-    EXPECT_TRUE(Case().model < 0 || file.find(line) != std::string::npos) << line;
+    for (size_t i = 0; i < table.size(); ++i) {
+      const std::string head = "*Default" + option.keyword + ": " + std::to_string(i);
+      EXPECT_EQ(table[i].substr(0, head.size()), head);
+      const std::string choice =
+          "\n*" + option.keyword + " " + table[i].substr(head.size() - std::to_string(i).size()) + "/";
+      EXPECT_TRUE(Case().model < 0 || file.find(choice) != std::string::npos) << choice;
+    }
+    EXPECT_TRUE(Case().model < 0 || file.find("\n" + table.at(size_t(option.value)) + "\n") != std::string::npos);
   }
-  EXPECT_EQ(helper.PPD_ROTATION, p + "Rotation");
-  EXPECT_EQ(PPDHelper::ValueTable(Table::kRotation)[3], "*Default" + p + "Rotation: 3Both");
-  EXPECT_EQ(PPDHelper::ValueTable(Table::kRibbonType)[14], "*Default" + p + "RibbonName: 14hWhiteMonochrome");
-  EXPECT_EQ(PPDHelper::ValueTable(Table::kRibbonCombination)[16], "*Default" + p + "RibbonCombination: 16FrontWr");
   // The job-log names carry no model.
   EXPECT_EQ(helper.PPD_JL_ENABLE_LOG + helper.PPD_JL_TRACK3 + helper.PPD_JL_FILENAME, "EnableLogMTrack3FileName");
   JobLog_ expected;

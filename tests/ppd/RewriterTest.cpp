@@ -165,42 +165,33 @@ TEST_F(Rewriter, JobLogSaveRewritesTheChangedFieldsAgainstTheOldValues) {
 TEST_F(Rewriter, FailuresLeaveThePpdAloneAndAnUnreadablePpdSendsNothing) {
   PPDInformation values = Vkts32FileValues();
   values.Rotation = 1;
-  JobLog_ log = helper.GetPPDJobLogDefaultValues();
-  log.EnableLog = 1;
-  {  // The temporary copy cannot be written: the service is not asked.
-    ScopedEnv badRun("XDG_RUNTIME_DIR", (dir.path() / "no-such-folder").string());
+  JobLog_ jobLog = helper.GetPPDJobLogDefaultValues();
+  jobLog.EnableLog = 1;
+  const auto allFail = [&](const std::string& log, size_t requests) {
     CaptureStderr();
-    EXPECT_EQ(helper.SavePPDInformation(values), -1);
-    EXPECT_THAT(GetCapturedStderr(),
-                HasSubstr("Error writing file at " + (dir.path() / "no-such-folder" / "Card.ppd").string() +
-                          "\nNo such file or directory\n"));
-    EXPECT_THAT(service->Requests(), IsEmpty());
+    const std::vector<int> results = {helper.SavePPDInformation(values), helper.SaveRibbonType(3),
+                                      helper.RestorePPDSettings({3, 1, 1, 0}), helper.SaveJobLogSettings(jobLog)};
+    EXPECT_THAT(GetCapturedStderr(), HasSubstr(log));
+    EXPECT_EQ(results, std::vector<int>(4, -1));
+    EXPECT_EQ(service->Requests().size(), requests);  // one for each save that gets that far
+    EXPECT_EQ(helper.PPD_nRotation, 0);
+    EXPECT_EQ(fs::exists(ppdPath) ? ReadFile(ppdPath) : "gone", original);
+  };
+  {  // The temporary copy cannot be written: the service is not asked.
+    const std::string noFolder = (dir.path() / "no-such-folder").string();
+    ScopedEnv badRun("XDG_RUNTIME_DIR", noFolder);
+    allFail("Error writing file at " + noFolder + "/Card.ppd\nNo such file or directory\n", 0);
   }
   // The service refuses: the file it left alone is read again.
-  StartService({.copySourceOverDestination = false, .answer = true, .reply = "ERROR: refused"});
-  CaptureStderr();
-  EXPECT_EQ(helper.SavePPDInformation(values), -1);
-  EXPECT_THAT(GetCapturedStderr(), HasSubstr("Data received is ERROR: refused \n"));
-  EXPECT_EQ(helper.PPD_nRotation, 0);
-  // Nobody listens: every save fails.
-  StartService({}, false);
-  CaptureStderr();
-  EXPECT_EQ(helper.SavePPDInformation(values), -1);
-  EXPECT_EQ(helper.SaveRibbonType(3), -1);
-  EXPECT_EQ(helper.RestorePPDSettings({3, 1, 1, 0}), -1);
-  EXPECT_EQ(helper.SaveJobLogSettings(log), -1);
-  EXPECT_THAT(GetCapturedStderr(), HasSubstr("Error connecting socket :: Connection refused\n"));
-  EXPECT_EQ(ReadFile(ppdPath), original);
+  StartService({.copySourceOverDestination = false, .reply = "ERROR: refused"});
+  allFail("Data received is ERROR: refused \n", 4);
+  StartService({}, false);  // nobody listens
+  allFail("Error connecting socket :: Connection refused\n", 0);
   // The PPD cannot be read: nothing is sent.
   StartService({});
   fs::remove(ppdPath);
-  CaptureStderr();
-  EXPECT_EQ(helper.SaveRibbonType(2), -1);
-  EXPECT_EQ(helper.RestorePPDSettings({1, 1, 1, 1}), -1);
-  EXPECT_EQ(helper.SavePPDInformation(values), -1);
-  EXPECT_THAT(GetCapturedStderr(), HasSubstr("FileContent (null)\n"));
-  EXPECT_THAT(service->Requests(), IsEmpty());
-  EXPECT_FALSE(fs::exists(ppdPath));
+  original = "gone";
+  allFail("FileContent (null)\n", 0);
 }
 
 }  // namespace

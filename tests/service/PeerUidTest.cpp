@@ -1,11 +1,6 @@
 // Finding the user behind a loopback connection, and who may ask. The
 // lookups on a real connection are exercised by the service tests.
-#include <arpa/inet.h>
-#include <grp.h>
-#include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <pwd.h>
-#include <unistd.h>
 
 #include "PeerUid.h"
 #include "RequesterPolicy.h"

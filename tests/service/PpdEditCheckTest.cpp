@@ -1,5 +1,4 @@
 // The content rule: which edits of an installed PPD the service accepts.
-#include <gtest/gtest.h>
 
 #include "PpdEditCheck.h"
 #include "ServiceTestSupport.h"

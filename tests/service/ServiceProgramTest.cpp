@@ -1,13 +1,7 @@
 // The vkts3-ppd-service program: options, the log of every request, a clean
-// stop on SIGTERM, SIGKILL in the middle of a replacement, and socket
-// activation.
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-
-#include <chrono>
+// stop on SIGTERM, socket activation, and SIGKILL in the middle of a
+// replacement.
 #include <random>
-#include <regex>
 
 #include "../ppd/FakePpdService.h"
 #include "ServiceTestSupport.h"
@@ -18,31 +12,29 @@ namespace {
 
 // One run of the program (or of `launcher` with these arguments) with
 // CUPS_SERVERROOT=serverRoot and its standard error in a file of serverRoot.
-class ServiceProgram {
- public:
+struct ServiceProgram {
   ServiceProgram(const std::string& serverRoot, std::vector<std::string> arguments, std::string launcher = {})
-      : log_(serverRoot + "/log" + std::to_string(++runs_)) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, log_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+      : log(serverRoot + "/log" + std::to_string(++runs)) {
     arguments.insert(arguments.begin(), launcher.empty() ? VKT_SERVICE_PROGRAM : launcher);
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     std::string rootVariable = "CUPS_SERVERROOT=" + serverRoot;
     char* envp[] = {rootVariable.data(), nullptr};
-    if (::posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), envp) != 0) pid_ = -1;
-    posix_spawn_file_actions_destroy(&actions);
+    if ((pid = ::fork()) == 0) {  // only async-signal-safe calls in the child
+      ::dup2(::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+      ::execve(argv[0], argv.data(), envp);
+      ::_exit(127);
+    }
   }
   ~ServiceProgram() { Stop(SIGKILL); }
 
-  // The port of the first log line holding "127.0.0.1:PORT"; -1 when the
-  // program ends or says nothing of the kind within 10 s.
+  // The port of the first "127.0.0.1:PORT" of the log; -1 when the program
+  // ends or says nothing of the kind within 10 s.
   int WaitForPort() {
-    for (int attempt = 0; attempt < 1000 && pid_ > 0 && ::waitpid(pid_, nullptr, WNOHANG) == 0; ++attempt) {
-      std::smatch match;
-      const std::string log = Log();
-      if (std::regex_search(log, match, std::regex("127\\.0\\.0\\.1:(\\d+)"))) return std::stoi(match[1]);
+    for (int attempt = 0; attempt < 1000 && pid > 0 && ::waitpid(pid, nullptr, WNOHANG) == 0; ++attempt) {
+      const std::string text = Log();
+      if (const size_t at = text.find("127.0.0.1:"); at != std::string::npos) return std::stoi(text.substr(at + 10));
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return -1;
@@ -50,16 +42,15 @@ class ServiceProgram {
   // Signals the program (0: lets it end by itself) and returns its status.
   int Stop(int signal) {
     int status = -1;
-    if (pid_ > 0 && (signal == 0 || ::kill(pid_, signal) == 0)) ::waitpid(pid_, &status, 0);
-    pid_ = -1;
+    if (pid > 0 && (signal == 0 || ::kill(pid, signal) == 0)) ::waitpid(pid, &status, 0);
+    pid = -1;
     return status;
   }
-  std::string Log() const { return ReadFile(log_); }
+  std::string Log() const { return ReadFile(log); }
 
- private:
-  static inline int runs_ = 0;
-  std::string log_;
-  pid_t pid_ = -1;
+  static inline int runs = 0;
+  std::string log;
+  pid_t pid = -1;
 };
 
 // The program serves the fixture's PPD folder; A is the installed PPD, B
@@ -78,7 +69,7 @@ class ServiceProgramTest : public ServiceFixture {
   std::string sourceA, sourceB;
 };
 
-TEST_F(ServiceProgramTest, ServesLogsEveryRequestStopsOnSigtermAndRefusesBadOptions) {
+TEST_F(ServiceProgramTest, ServesLogsEveryRequestStopsOnSigtermRefusesBadOptionsAndTakesASocketFromSystemd) {
   ServiceProgram program(root.path, Arguments());
   const int port = program.WaitForPort();
   ASSERT_GT(port, 0) << "the service did not start";
@@ -117,6 +108,26 @@ TEST_F(ServiceProgramTest, ServesLogsEveryRequestStopsOnSigtermAndRefusesBadOpti
     EXPECT_NE(program.Log().find(expected), std::string::npos) << program.Log();
     WriteFile(conf, &expected == &runs[0].second ? "LogLevel warn\n" : "LogLevel warn\nSystemGroup sys nogroup\n");
   }
+  // Under systemd the socket unit holds the port from boot and hands it to
+  // the service, so no program started before it can take the port and
+  // answer "OK": systemd-socket-activate makes the same hand-over here.
+  WriteFile(card, a, 0640);
+  const std::string systemdPort = std::to_string(FakePpdService::UnusedPort());
+  ServiceProgram activated(root.path,
+                           {"-l", "127.0.0.1:" + systemdPort, "-E", "CUPS_SERVERROOT", VKT_SERVICE_PROGRAM, "--group",
+                            ServiceGroupForTests()},
+                           "/usr/bin/systemd-socket-activate");
+  std::optional<std::string> answer;
+  for (int attempt = 0; attempt < 100 && !answer; ++attempt) {
+    answer = Ask(std::stoi(systemdPort), sourceB + "|" + card);
+    if (!answer) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  EXPECT_EQ(answer, "OK");
+  EXPECT_EQ(ReadFile(card), b);
+  activated.Stop(SIGTERM);
+  EXPECT_NE(activated.Log().find("vkts3-ppd-service listening on 127.0.0.1:" + systemdPort + " (socket from systemd)"),
+            std::string::npos)
+      << activated.Log();
 }
 
 TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
@@ -143,11 +154,11 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
     std::this_thread::sleep_for(std::chrono::microseconds(delayMicroseconds(random)));
     program.Stop(SIGKILL);
     client.join();
-    const std::string now = ReadFile(card), backup = ReadFile(card + ".O");
+    const std::string backup = ReadFile(card + ".O");
     const std::string state = State(b).substr(0, 17);  // "old|new 640 1 root:lp": A or B, whole, in place
     ASSERT_TRUE((state == "old 640 1 root:lp" || state == "new 640 1 root:lp") && (backup == a || backup == b))
         << "round " << round << ": " << state << (backup == a || backup == b ? "" : ", a torn backup");
-    ++(now == before ? keptOld : tookNew);
+    ++(ReadFile(card) == before ? keptOld : tookNew);
   }
   // Kills landed both before and after the rename.
   EXPECT_GT(keptOld, 0);
@@ -159,28 +170,6 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   const std::string before = ReadFile(card);
   EXPECT_EQ(Ask(port, (before == a ? sourceB : sourceA) + "|" + card), "OK");
   EXPECT_EQ(ReadFile(card + ".O"), before);
-}
-
-// Under systemd the socket unit holds the port from boot and hands it to the
-// service, so no program started before it can take the port and answer "OK":
-// systemd-socket-activate makes the same hand-over here.
-TEST_F(ServiceProgramTest, UnderSocketActivationServesOnTheInheritedSocket) {
-  const std::string port = std::to_string(FakePpdService::UnusedPort());
-  ServiceProgram program(
-      root.path,
-      {"-l", "127.0.0.1:" + port, "-E", "CUPS_SERVERROOT", VKT_SERVICE_PROGRAM, "--group", ServiceGroupForTests()},
-      "/usr/bin/systemd-socket-activate");
-  std::optional<std::string> answer;
-  for (int attempt = 0; attempt < 100 && !answer; ++attempt) {
-    answer = Ask(std::stoi(port), sourceB + "|" + card);
-    if (!answer) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  EXPECT_EQ(answer, "OK");
-  EXPECT_EQ(ReadFile(card), b);
-  program.Stop(SIGTERM);
-  EXPECT_NE(program.Log().find("vkts3-ppd-service listening on 127.0.0.1:" + port + " (socket from systemd)"),
-            std::string::npos)
-      << program.Log();
 }
 
 }  // namespace

@@ -100,15 +100,15 @@ TEST(FileHelpers, GetSaveDeleteAndTheTemporaryPath) {
   EXPECT_EQ(PPDHelper::SaveFileData("short", file), 0);  // replaces, not appends
   EXPECT_EQ(PPDHelper::GetFileData(file), "short");
   // Only UTF-8 is read: characters of two, three and four bytes pass; a Latin-1
-  // byte, an overlong form, a surrogate, a code beyond U+10FFFF and a cut
-  // character do not.
+  // byte, an overlong form, a surrogate, a code beyond U+10FFFF, a cut
+  // character and a stray continuation byte do not.
   std::string read;
   for (const char* bytes : {"caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x92\xB3\n", "caf\xE9\n", "\xC0\xAF", "\xE0\x80\xAF",
-                            "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82"}) {
+                            "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82", "\x84\x80\x80\x80"}) {
     WriteFile(dir.path() / "utf8", bytes);
     read += PPDHelper::GetFileData((dir.path() / "utf8").string()) == bytes ? "read " : "refused ";
   }
-  EXPECT_EQ(read, "read refused refused refused refused refused refused ");
+  EXPECT_EQ(read, "read refused refused refused refused refused refused refused ");
   for (const std::string& bad : {dir.path().string(), file + "x"})
     EXPECT_EQ(PPDHelper::GetFileData(bad), std::nullopt) << bad;
   // Never written through a link, and a link is deleted, not its target.

@@ -37,7 +37,7 @@ TEST(PeerUid, ProcNetTcpGivesTheOwnerOfTheClientsEstablishedSocket) {
             "1000 0 none none 0 none none ");
 }
 
-TEST(RequesterPolicy, RootAlwaysOthersOnlyThroughOneOfTheGroups) {
+TEST(RequesterPolicy, RootAlwaysOthersOnlyThroughOneOfTheGroupsOfTheLastSystemGroupLine) {
   const uid_t nobody = service_test::kNobody;
   // nobody's primary group is nogroup; it is in no other group. 4000000 has no account.
   const std::pair<std::vector<std::string>, uid_t> cases[] = {{{"lpadmin"}, 0},
@@ -65,12 +65,8 @@ TEST(RequesterPolicy, RootAlwaysOthersOnlyThroughOneOfTheGroups) {
     }
   }
   endgrent();
-  EXPECT_EQ(RequesterPolicy({"lpadmin"}).GroupsText(), "group lpadmin");
-  EXPECT_EQ(RequesterPolicy({"sys", "root", "wheel"}).GroupsText(), "any of the groups sys, root, wheel");
-}
-
-TEST(RequesterPolicy, SystemGroupsOfCupsFilesConf) {
-  const std::pair<std::string, std::vector<std::string>> cases[] = {
+  // The groups of the scheduler's SystemGroup line, the last one counting.
+  const std::pair<std::string, std::vector<std::string>> confs[] = {
       {"# Administrator user group...\nSystemGroup lpadmin\nLogLevel warn\n", {"lpadmin"}},
       {"SystemGroup sys root wheel\n", {"sys", "root", "wheel"}},
       {"  systemgroup\tadmin  lpadmin\r\n", {"admin", "lpadmin"}},
@@ -78,7 +74,7 @@ TEST(RequesterPolicy, SystemGroupsOfCupsFilesConf) {
       {"#SystemGroup lpadmin\nSystemGroupX x\nUser lp\n", {}},
       {"", {}},
   };
-  for (const auto& [text, groups] : cases) EXPECT_EQ(RequesterPolicy::SystemGroups(text), groups) << text;
+  for (const auto& [text, groups] : confs) EXPECT_EQ(RequesterPolicy::SystemGroups(text), groups) << text;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <mutex>
 #include <stdexcept>
@@ -66,17 +67,14 @@ class FakePpdService {
   void Serve() {
     for (int client; (client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
       char buffer[1024];
-      const ssize_t n = ::read(client, buffer, sizeof buffer);
-      const std::string request(buffer, n > 0 ? static_cast<size_t>(n) : 0);
+      const std::string request(buffer, std::max<ssize_t>(::read(client, buffer, sizeof buffer), 0));
       const auto bar = request.find('|');
       std::error_code ignored;
       if (options_.copySourceOverDestination && bar != std::string::npos)
         std::filesystem::copy_file(request.substr(0, bar), request.substr(bar + 1),
                                    std::filesystem::copy_options::overwrite_existing, ignored);
-      {
-        std::lock_guard<std::mutex> lock(mutex_);
-        requests_.push_back(request);
-      }
+      std::lock_guard<std::mutex> lock(mutex_);
+      requests_.push_back(request);
       if (options_.hold) {
         held_.push_back(client);
         continue;

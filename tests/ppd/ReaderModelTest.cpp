@@ -41,47 +41,35 @@ TEST(ReaderModel, ModelKeywordsValueTablesAndDefaultsFollowTheFirstPcFileName) {
   EXPECT_EQ(helper.PPD_strPrinterSerialNo, Case().serial);
   EXPECT_EQ(helper.PPD_strIPAddress, "203.0.113.10");
   EXPECT_EQ(helper.IsRibbonAlertEnabled(), 1);
-  // Keyword, table, table size and the value read, which names a default
-  // line the file holds: that is how the rewriter finds a line.
-  const struct {
-    std::string keyword;
-    Table table;
-    size_t size;
-    int value;
-  } options[] = {{helper.PPD_DUAL_SIDE, Table::kDualSide, 2, helper.PPD_nDualSettings},
-                 {helper.PPD_ORIENTATION, Table::kOrientation, 2, helper.PPD_nOrientation},
-                 {helper.PPD_ROTATION, Table::kRotation, 4, helper.PPD_nRotation},
-                 {helper.PPD_MONO_OPTION, Table::kMonoOption, 4, helper.PPD_nMonoOption},
-                 {helper.PPD_PRINTING_MODE, Table::kPrintingMode, 3, helper.PPD_nPrintingMode},
-                 {helper.PPD_RIBBON_NAME, Table::kRibbonType, 19, helper.PPD_nRibbonType},
-                 {helper.PPD_RIBBON_COMBINATION, Table::kRibbonCombination, 17, helper.PPD_nRibbonComb},
-                 {helper.PPD_AUTO_HALF, Table::kAutoHalf, 2, helper.PPD_nAutoHalf}};
+  // Keyword, table and table size. Each line of a table is the default line
+  // of one choice the file offers, in order: that is how the rewriter finds
+  // and writes a line.
+  const std::tuple<std::string, Table, size_t> options[] = {
+      {helper.PPD_DUAL_SIDE, Table::kDualSide, 2},
+      {helper.PPD_ORIENTATION, Table::kOrientation, 2},
+      {helper.PPD_ROTATION, Table::kRotation, 4},
+      {helper.PPD_MONO_OPTION, Table::kMonoOption, 4},
+      {helper.PPD_PRINTING_MODE, Table::kPrintingMode, 3},
+      {helper.PPD_RIBBON_NAME, Table::kRibbonType, 19},
+      {helper.PPD_RIBBON_COMBINATION, Table::kRibbonCombination, 17},
+      {helper.PPD_AUTO_HALF, Table::kAutoHalf, 2}};
   // A second helper's own keywords follow its file; the shared tables do not.
   PPDHelper other;
   other.InitPPD(FixturePath(Case().otherFile));
   EXPECT_NE(other.PPD_RIBBON_NAME, helper.PPD_RIBBON_NAME);
   EXPECT_EQ(other.PPD_RIBBON_NAME, other.PrinterModel + "RibbonName");
-  for (const auto& option : options) {
-    SCOPED_TRACE(option.keyword);
-    EXPECT_EQ(option.keyword.substr(0, p.size()), p);
-    const auto& table = PPDHelper::ValueTable(option.table);
-    ASSERT_EQ(table.size(), option.size);
-    for (const std::string& line : table) EXPECT_EQ(line.rfind("*Default" + option.keyword + ": ", 0), 0u) << line;
-    const std::string line = "\n" + table.at(size_t(option.value)) + "\n";
-    EXPECT_TRUE(Case().model < 0 || file.find(line) != std::string::npos) << line;
+  for (const auto& [keyword, which, size] : options) {
+    SCOPED_TRACE(keyword);
+    EXPECT_EQ(keyword.substr(0, p.size()), p);
+    const auto& table = PPDHelper::ValueTable(which);
+    ASSERT_EQ(table.size(), size);
+    for (size_t i = 0; i < table.size(); ++i) {
+      std::string head = "*Default" + keyword + ": ", choice = std::to_string(i);
+      EXPECT_EQ(table[i].substr(0, head.size() + choice.size()), head + choice);
+      choice = "\n*" + keyword + " " + table[i].substr(head.size()) + "/";
+      EXPECT_TRUE(Case().model < 0 || file.find(choice) != std::string::npos) << choice;
+    }
   }
-  EXPECT_EQ(helper.PPD_ROTATION, p + "Rotation");
-  EXPECT_EQ(PPDHelper::ValueTable(Table::kRotation)[3], "*Default" + p + "Rotation: 3Both");
-  EXPECT_EQ(PPDHelper::ValueTable(Table::kRibbonType)[14], "*Default" + p + "RibbonName: 14hWhiteMonochrome");
-  EXPECT_EQ(PPDHelper::ValueTable(Table::kRibbonCombination)[16], "*Default" + p + "RibbonCombination: 16FrontWr");
-  // The job-log names carry no model.
-  EXPECT_EQ(helper.PPD_JL_ENABLE_LOG + helper.PPD_JL_TRACK3 + helper.PPD_JL_FILENAME, "EnableLogMTrack3FileName");
-  JobLog_ expected;
-  expected.Separator = ",";
-  expected.FileName = "VKTS3.log";
-  expected.StaticText = "Orvex";
-  EXPECT_EQ(helper.GetPPDJobLogDefaultValues(), expected);
-
   const auto ribbons = helper.GetAllSupportedRibbonTypes();
   const auto combinations = helper.GetAllRibbonCombination();
   ASSERT_EQ(ribbons.has_value() && combinations.has_value(), Case().model >= 0);  // bare keywords name no option

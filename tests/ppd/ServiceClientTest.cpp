@@ -1,6 +1,5 @@
 // The client side of the PPD service exchange: the exact request bytes, the
 // reply handling, refused and failed requests.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "FakePpdService.h"
@@ -9,69 +8,50 @@
 
 namespace {
 
-using ppd_test::ScopedEnv;
-using ::testing::ElementsAre;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
 
 // Only "OK" counts as saved: a refusal, a reply of anything else or none at
-// all cannot show that the PPD changed.
+// all cannot show that the PPD changed. The request is "src|dst", without a
+// terminator or a length prefix, of at most 255 bytes.
 TEST(SavePPDFileAsRoot, SendsTheRequestBytesAndOnlyAnOkReplyCountsAsSaved) {
-  const std::string failed = "PPD service did not save /etc/cups/ppd/A.ppd: ";
+  const std::string dst = "/etc/cups/ppd/Card.ppd", src = "/run/user/0/A.ppd";  // 22 and 17 bytes
+  const std::string fits = "/" + std::string(231, 'a'), r256(256, 'r');         // 232 + 1 + 22 = 255 bytes
+  const std::string refusal = "ERROR: requester 65534 may not replace PPD files";
+  const auto got = [](const std::string& reply) { return "Data received is " + reply + " \n"; };
+  const auto failed = [&](const std::string& why) { return "PPD service did not save " + dst + ": " + why + "\n"; };
+  const auto tooLong = [](int bytes) {
+    return "PPD service request refused: " + std::to_string(bytes) + " bytes, longer than 255 bytes\n";
+  };
   const struct {
-    std::string reply;
-    bool answer;
-    int result;
-    std::string log;
+    FakePpdService::Options service;
+    std::string src, dst, expected;  // "<result> <the one request sent, or none> <log>"
   } cases[] = {
-      {"OK", true, 1, "Data received is OK \n"},
-      {"ERROR: requester 65534 may not replace PPD files", true, -1,
-       "Data received is ERROR: requester 65534 may not replace PPD files \n" + failed +
-           "ERROR: requester 65534 may not replace PPD files\n"},
-      {"", false, -1, "Data received is  \n" + failed + "no answer\n"},
-      {"DONE", true, -1, "Data received is DONE \n" + failed + "DONE\n"},
-      // Read once, at most 256 bytes.
-      {std::string(300, 'r'), true, -1,
-       "Data received is " + std::string(256, 'r') + " \n" + failed + std::string(256, 'r') + "\n"},
+      {{.reply = "OK"}, src, dst, "1 sent " + got("OK")},
+      {{.reply = refusal}, src, dst, "-1 sent " + got(refusal) + failed(refusal)},
+      {{.answer = false}, src, dst, "-1 sent " + got("") + failed("no answer")},
+      {{.reply = "DONE"}, src, dst, "-1 sent " + got("DONE") + failed("DONE")},
+      {{.reply = std::string(300, 'r')}, src, dst, "-1 sent " + got(r256) + failed(r256)},  // one read of 256 bytes
+      {{}, fits, dst, "1 sent " + got("OK")},
+      {{}, fits + "b", dst, "-1 none " + tooLong(256)},
+      {{}, src, std::string(4096, 'd'), "-1 none " + tooLong(4114)},
+      // A service that takes the request and never answers: a bounded wait.
+      {{.hold = true}, src, dst, "-1 sent " + failed("no answer within 1000 ms")},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.reply);
-    FakePpdService service({.copySourceOverDestination = false, .answer = c.answer, .reply = c.reply});
-    ScopedEnv port("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
+    SCOPED_TRACE(c.expected);
+    FakePpdService service({.copySourceOverDestination = false,
+                            .answer = c.service.answer,
+                            .reply = c.service.reply,
+                            .hold = c.service.hold});
+    ppd_test::ScopedEnv port("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
     CaptureStderr();
-    EXPECT_EQ(SavePPDFileAsRoot("/run/user/0/A.ppd", "/etc/cups/ppd/A.ppd"), c.result);
-    EXPECT_EQ(GetCapturedStderr(), c.log);
-    // No terminator, no length prefix.
-    EXPECT_THAT(service.Requests(), ElementsAre(std::string("/run/user/0/A.ppd|/etc/cups/ppd/A.ppd")));
+    const int result = SavePPDFileAsRoot(c.src.c_str(), c.dst.c_str(), std::chrono::milliseconds(1000));
+    const auto requests = service.Requests();
+    const bool sent = requests == std::vector<std::string>{c.src + "|" + c.dst};
+    const std::string what = sent ? " sent " : (requests.empty() ? " none " : " other ");
+    EXPECT_EQ(std::to_string(result) + what + GetCapturedStderr(), c.expected);
   }
-}
-
-TEST(SavePPDFileAsRoot, RequestsOver255BytesAreRefusedUnsentAndNobodyListeningFails) {
-  FakePpdService service({.copySourceOverDestination = false});
-  ScopedEnv port("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
-  const std::string dst = "/etc/cups/ppd/Card.ppd";      // 22 bytes
-  const std::string fits = "/" + std::string(231, 'a');  // 232 + 1 + 22 = 255 bytes
-  CaptureStderr();
-  EXPECT_EQ(SavePPDFileAsRoot(fits.c_str(), dst.c_str()), 1);
-  GetCapturedStderr();
-  CaptureStderr();
-  EXPECT_EQ(SavePPDFileAsRoot((fits + "b").c_str(), dst.c_str()), -1);
-  EXPECT_THAT(GetCapturedStderr(), ::testing::HasSubstr("longer than 255 bytes"));
-  EXPECT_EQ(SavePPDFileAsRoot("/tmp/Card.ppd", std::string(4096, 'd').c_str()), -1);
-  EXPECT_THAT(service.Requests(), ElementsAre(fits + "|" + dst));
-
-  // A service that takes the request and never answers: a bounded wait, then a failed save.
-  FakePpdService silent({.copySourceOverDestination = false, .hold = true});
-  ScopedEnv silentPort("VKT_PPD_SERVICE_PORT", std::to_string(silent.port()));
-  CaptureStderr();
-  EXPECT_EQ(SavePPDFileAsRoot("/tmp/Card.ppd", dst.c_str(), std::chrono::milliseconds(200)), -1);
-  EXPECT_EQ(GetCapturedStderr(), "PPD service did not save " + dst + ": no answer within 200 ms\n");
-  EXPECT_THAT(silent.Requests(), ElementsAre("/tmp/Card.ppd|" + dst));
-
-  ScopedEnv nobody("VKT_PPD_SERVICE_PORT", std::to_string(FakePpdService::UnusedPort()));
-  CaptureStderr();
-  EXPECT_EQ(SavePPDFileAsRoot("/tmp/Card.ppd", dst.c_str()), -1);
-  EXPECT_EQ(GetCapturedStderr(), "Error connecting socket :: Connection refused\n");
 }
 
 }  // namespace

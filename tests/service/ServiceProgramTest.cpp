@@ -1,20 +1,9 @@
 // The vkts3-ppd-service program: options, the log of every request, a clean
-// stop on SIGTERM, and SIGKILL in the middle of a replacement.
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-
-#include <chrono>
+// stop on SIGTERM, socket activation, and SIGKILL in the middle of a
+// replacement.
 #include <random>
-#include <regex>
-#include <thread>
 
+#include "../ppd/FakePpdService.h"
 #include "ServiceTestSupport.h"
 
 using namespace service_test;
@@ -23,32 +12,29 @@ namespace {
 
 // One run of the program (or of `launcher` with these arguments) with
 // CUPS_SERVERROOT=serverRoot and its standard error in a file of serverRoot.
-class ServiceProgram {
- public:
+struct ServiceProgram {
   ServiceProgram(const std::string& serverRoot, std::vector<std::string> arguments, std::string launcher = {})
-      : log_(serverRoot + "/log" + std::to_string(++runs_)) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, log_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const std::string program = launcher.empty() ? std::string(VKT_SERVICE_PROGRAM) : launcher;
-    arguments.insert(arguments.begin(), program);
+      : log(serverRoot + "/log" + std::to_string(++runs)) {
+    arguments.insert(arguments.begin(), launcher.empty() ? VKT_SERVICE_PROGRAM : launcher);
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     std::string rootVariable = "CUPS_SERVERROOT=" + serverRoot;
     char* envp[] = {rootVariable.data(), nullptr};
-    if (::posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv.data(), envp) != 0) pid_ = -1;
-    posix_spawn_file_actions_destroy(&actions);
+    if ((pid = ::fork()) == 0) {  // only async-signal-safe calls in the child
+      ::dup2(::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+      ::execve(argv[0], argv.data(), envp);
+      ::_exit(127);
+    }
   }
   ~ServiceProgram() { Stop(SIGKILL); }
 
-  // The port of the log line "... listening on 127.0.0.1:PORT"; -1 when the
-  // program ends or says nothing of the kind within 10 s.
+  // The port of the first "127.0.0.1:PORT" of the log; -1 when the program
+  // ends or says nothing of the kind within 10 s.
   int WaitForPort() {
-    for (int attempt = 0; attempt < 1000 && pid_ > 0 && ::waitpid(pid_, nullptr, WNOHANG) == 0; ++attempt) {
-      std::smatch match;
-      const std::string log = Log();
-      if (std::regex_search(log, match, std::regex("listening on 127\\.0\\.0\\.1:(\\d+)"))) return std::stoi(match[1]);
+    for (int attempt = 0; attempt < 1000 && pid > 0 && ::waitpid(pid, nullptr, WNOHANG) == 0; ++attempt) {
+      const std::string text = Log();
+      if (const size_t at = text.find("127.0.0.1:"); at != std::string::npos) return std::stoi(text.substr(at + 10));
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return -1;
@@ -56,89 +42,99 @@ class ServiceProgram {
   // Signals the program (0: lets it end by itself) and returns its status.
   int Stop(int signal) {
     int status = -1;
-    if (pid_ > 0 && (signal == 0 || ::kill(pid_, signal) == 0)) ::waitpid(pid_, &status, 0);
-    pid_ = -1;
+    if (pid > 0 && (signal == 0 || ::kill(pid, signal) == 0)) ::waitpid(pid, &status, 0);
+    pid = -1;
     return status;
   }
-  std::string Log() const { return ReadFile(log_); }
+  std::string Log() const { return ReadFile(log); }
 
- private:
-  static inline int runs_ = 0;
-  std::string log_;
-  pid_t pid_ = -1;
+  static inline int runs = 0;
+  std::string log;
+  pid_t pid = -1;
 };
 
-class ServiceProgramTest : public ::testing::Test {
+// The program serves the fixture's PPD folder; A is the installed PPD, B
+// differs from it in long editable lines, so a torn file cannot look whole.
+class ServiceProgramTest : public ServiceFixture {
  protected:
   void SetUp() override {
-    ASSERT_EQ(::mkdir((root.Path() + "/ppd").c_str(), 0755), 0);
-    WriteFile(card, a, 0644);
-    WriteFile(sourceA, a);
-    WriteFile(sourceB, b);
+    ServiceFixture::SetUp();
+    sourceA = Source(a), sourceB = Source(b);
   }
   std::vector<std::string> Arguments() const { return {"--port", "0", "--group", ServiceGroupForTests()}; }
-
-  TemporaryFolder root{::access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp"};  // fsync costs nothing there
-  const std::string card = root.Path() + "/ppd/Card.ppd", sourceA = root.Path() + "/a.ppd",
-                    sourceB = root.Path() + "/b.ppd", a = ReadFile(OwnFixturePpd());
-  // B differs from A in long editable lines, so a torn file cannot look whole.
+  const std::string& a = original;
   const std::string b = ReplaceOnce(
       ReplaceOnce(a, "*DefaultVKTS32PrintingMode: 0PrintnEncode", "*DefaultVKTS32PrintingMode: 1EncodeOnly"),
       "PrinterSerialNo: S32-000123", "PrinterSerialNo: " + std::string(250, 'b'));
+  std::string sourceA, sourceB;
 };
 
-TEST_F(ServiceProgramTest, ServesLogsEveryRequestStopsOnSigtermAndRefusesBadOptions) {
-  ServiceProgram program(root.Path(), Arguments());
+TEST_F(ServiceProgramTest, ServesLogsEveryRequestStopsOnSigtermRefusesBadOptionsAndTakesASocketFromSystemd) {
+  ServiceProgram program(root.path, Arguments());
   const int port = program.WaitForPort();
   ASSERT_GT(port, 0) << "the service did not start";
   EXPECT_EQ(Ask(port, sourceB + "|" + card), "OK");
   EXPECT_EQ(ReadFile(card), b);
   EXPECT_EQ(Ask(port, sourceB + "|" + sourceA), "ERROR: the destination is not in the PPD folder");
   {  // A second program on the same port.
-    ServiceProgram second(root.Path(), {"--port", std::to_string(port)});
+    ServiceProgram second(root.path, {"--port", std::to_string(port)});
     EXPECT_EQ(WEXITSTATUS(second.Stop(0)), 1);
     EXPECT_NE(second.Log().find("cannot listen on 127.0.0.1:" + std::to_string(port)), std::string::npos);
   }
   EXPECT_EQ(program.Stop(SIGTERM), 0);
-  const std::string log = program.Log(), uid = std::to_string(::getuid());
-  const size_t start = log.find("vkts3-ppd-service listening on 127.0.0.1:" + std::to_string(port) + ", PPD folder ");
-  ASSERT_NE(start, std::string::npos) << log;
-  EXPECT_EQ(log.substr(start),
-            "vkts3-ppd-service listening on 127.0.0.1:" + std::to_string(port) + ", PPD folder " + root.Path() +
-                "/ppd, group " + ServiceGroupForTests() + " (--group)\nrequest from uid " + uid + " \"" + sourceB +
-                "|" + card + "\": OK\nrequest from uid " + uid + " \"" + sourceB + "|" + sourceA +
-                "\": ERROR: the destination is not in the PPD folder\n" + "vkts3-ppd-service stopped\n");
+  const std::string log = program.Log(), uid = std::to_string(::getuid()),
+                    listening = "vkts3-ppd-service listening on 127.0.0.1:" + std::to_string(port) + ", PPD folder ";
+  ASSERT_NE(log.find(listening), std::string::npos) << log;
+  EXPECT_EQ(log.substr(log.find(listening)),
+            listening + root.path + "/ppd, group " + ServiceGroupForTests() + " (--group)\nrequest from uid " + uid +
+                " \"" + sourceB + "|" + card + "\": OK\nrequest from uid " + uid + " \"" + sourceB + "|" + sourceA +
+                "\": ERROR: the destination is not in the PPD folder\nvkts3-ppd-service stopped\n");
   for (const char* bad : {"http", "70000", ""}) {
-    ServiceProgram program(root.Path(), {"--port", bad});
+    ServiceProgram program(root.path, {"--port", bad});
     EXPECT_EQ(WEXITSTATUS(program.Stop(0)), 2) << bad;
     EXPECT_EQ(program.Log(), "usage: vkts3-ppd-service [--port PORT] [--group NAME]...\n");
   }
-  {  // Without --port, the service's own port (taken already where the service is installed).
-    ServiceProgram program(root.Path(), {"--group", "root"});
-    for (int wait = 0; wait < 500 && program.Log().find("127.0.0.1:") == std::string::npos; ++wait)
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_NE(program.Log().find("127.0.0.1:24671"), std::string::npos) << program.Log();
-  }
-  // Without --group, the groups the scheduler trusts: its SystemGroup line.
-  const std::pair<std::string, std::string> confs[] = {
-      {"LogLevel warn\nSystemGroup sys nogroup\n",
-       "any of the groups sys, nogroup (" + root.Path() + "/cups-files.conf)"},
-      {"LogLevel warn\n", "group lpadmin (" + root.Path() + "/cups-files.conf names no SystemGroup)"},
+  // Without --port, the service's own port (taken already where the service
+  // is installed); without --group, the groups of the scheduler's SystemGroup line.
+  const std::string conf = root.path + "/cups-files.conf";
+  const std::pair<std::vector<std::string>, std::string> runs[] = {
+      {{"--group", "root"}, "127.0.0.1:24671"},
+      {{"--port", "0"}, ", PPD folder " + root.path + "/ppd, group lpadmin (" + conf + " names no SystemGroup)\n"},
+      {{"--port", "0"}, ", PPD folder " + root.path + "/ppd, any of the groups sys, nogroup (" + conf + ")\n"},
   };
-  for (const auto& [conf, groups] : confs) {
-    WriteFile(root.Path() + "/cups-files.conf", conf);
-    ServiceProgram program(root.Path(), {"--port", "0"});
-    ASSERT_GT(program.WaitForPort(), 0);
-    EXPECT_NE(program.Log().find(", PPD folder " + root.Path() + "/ppd, " + groups + "\n"), std::string::npos)
-        << program.Log();
+  for (const auto& [arguments, expected] : runs) {
+    ServiceProgram program(root.path, arguments);
+    program.WaitForPort();
+    EXPECT_NE(program.Log().find(expected), std::string::npos) << program.Log();
+    WriteFile(conf, &expected == &runs[0].second ? "LogLevel warn\n" : "LogLevel warn\nSystemGroup sys nogroup\n");
   }
+  // Under systemd the socket unit holds the port from boot and hands it to
+  // the service, so no program started before it can take the port and
+  // answer "OK": systemd-socket-activate makes the same hand-over here.
+  WriteFile(card, a, 0640);
+  const std::string systemdPort = std::to_string(FakePpdService::UnusedPort());
+  ServiceProgram activated(root.path,
+                           {"-l", "127.0.0.1:" + systemdPort, "-E", "CUPS_SERVERROOT", VKT_SERVICE_PROGRAM, "--group",
+                            ServiceGroupForTests()},
+                           "/usr/bin/systemd-socket-activate");
+  std::optional<std::string> answer;
+  for (int attempt = 0; attempt < 100 && !answer; ++attempt) {
+    answer = Ask(std::stoi(systemdPort), sourceB + "|" + card);
+    if (!answer) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  EXPECT_EQ(answer, "OK");
+  EXPECT_EQ(ReadFile(card), b);
+  activated.Stop(SIGTERM);
+  EXPECT_NE(activated.Log().find("vkts3-ppd-service listening on 127.0.0.1:" + systemdPort + " (socket from systemd)"),
+            std::string::npos)
+      << activated.Log();
 }
 
 TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   // Kill within about one and a half times the time a request takes here.
   int requestMicroseconds = 0;
   {
-    ServiceProgram program(root.Path(), Arguments());
+    ServiceProgram program(root.path, Arguments());
     const int port = program.WaitForPort();
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(Ask(port, sourceB + "|" + card), "OK");
@@ -150,64 +146,30 @@ TEST_F(ServiceProgramTest, KilledWhileReplacingLeavesOldOrNewWhole) {
   std::uniform_int_distribution<int> delayMicroseconds(0, requestMicroseconds * 3 / 2);
   int keptOld = 0, tookNew = 0;
   for (int round = 0; round < 60; ++round) {
-    ServiceProgram program(root.Path(), Arguments());
+    ServiceProgram program(root.path, Arguments());
     const int port = program.WaitForPort();
     ASSERT_GT(port, 0);
-    const std::string before = ReadFile(card);
-    const std::string& after = before == a ? b : a;
+    const std::string before = ReadFile(card), after = before == a ? b : a;
     std::thread client([&] { Ask(port, (before == a ? sourceB : sourceA) + "|" + card); });
     std::this_thread::sleep_for(std::chrono::microseconds(delayMicroseconds(random)));
     program.Stop(SIGKILL);
     client.join();
-    const std::string now = ReadFile(card), backup = ReadFile(card + ".O");
-    ASSERT_TRUE(now == before || now == after) << "round " << round << ": torn PPD";
-    ASSERT_TRUE(backup == a || backup == b) << "round " << round << ": torn backup";
-    (now == before ? keptOld : tookNew)++;
-    struct stat info {};
-    ASSERT_EQ(::lstat(card.c_str(), &info), 0);
-    ASSERT_EQ(info.st_nlink, 1u);
-    ASSERT_EQ(info.st_mode & 07777, 0644u);
+    const std::string backup = ReadFile(card + ".O");
+    const std::string state = State(b).substr(0, 17);  // "old|new 640 1 root:lp": A or B, whole, in place
+    ASSERT_TRUE((state == "old 640 1 root:lp" || state == "new 640 1 root:lp") && (backup == a || backup == b))
+        << "round " << round << ": " << state << (backup == a || backup == b ? "" : ", a torn backup");
+    ++(ReadFile(card) == before ? keptOld : tookNew);
   }
   // Kills landed both before and after the rename.
   EXPECT_GT(keptOld, 0);
   EXPECT_GT(tookNew, 0);
   // A fresh start clears what the killed runs left behind, and serves.
-  ServiceProgram program(root.Path(), Arguments());
+  ServiceProgram program(root.path, Arguments());
   const int port = program.WaitForPort();
-  EXPECT_EQ(FolderEntries(root.Path() + "/ppd"), (std::vector<std::string>{"Card.ppd", "Card.ppd.O"}));
+  EXPECT_EQ(FolderEntries(ppdFolder), "Card.ppd Card.ppd.O ");
   const std::string before = ReadFile(card);
   EXPECT_EQ(Ask(port, (before == a ? sourceB : sourceA) + "|" + card), "OK");
   EXPECT_EQ(ReadFile(card + ".O"), before);
-}
-
-// Under systemd the socket unit holds the port from boot and hands it to the
-// service, so no program started before it can take the port and answer "OK":
-// systemd-socket-activate makes the same hand-over here.
-TEST_F(ServiceProgramTest, UnderSocketActivationServesOnTheInheritedSocket) {
-  const int listener = ::socket(AF_INET, SOCK_STREAM, 0);  // a free port: bound and released again
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  ASSERT_EQ(::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length), 0);
-  ::close(listener);
-  const std::string port = std::to_string(ntohs(address.sin_port));
-  ServiceProgram program(
-      root.Path(),
-      {"-l", "127.0.0.1:" + port, "-E", "CUPS_SERVERROOT", VKT_SERVICE_PROGRAM, "--group", ServiceGroupForTests()},
-      "/usr/bin/systemd-socket-activate");
-  std::optional<std::string> answer;
-  for (int attempt = 0; attempt < 100 && !answer; ++attempt) {
-    answer = Ask(std::stoi(port), sourceB + "|" + card);
-    if (!answer) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  EXPECT_EQ(answer, "OK");
-  EXPECT_EQ(ReadFile(card), b);
-  program.Stop(SIGTERM);
-  EXPECT_NE(program.Log().find("vkts3-ppd-service listening on 127.0.0.1:" + port + " (socket from systemd)"),
-            std::string::npos)
-      << program.Log();
 }
 
 }  // namespace

@@ -49,12 +49,12 @@ class JobLogTest : public ::testing::Test {
     model->LoadJobLogSettings(ppdPath);
     return *model;
   }
-  // Each prompt as "header|message|buttons ".
-  std::vector<std::string> Prompts() const {
-    std::vector<std::string> shown;
+  // Each prompt as "header|message|buttons ", one after the other.
+  std::string Prompts() const {
+    std::string shown;
     for (const Prompter::Prompt& p : prompter.prompts) {
-      shown.push_back(p.header + "|" + p.message + "|");
-      for (const std::string& button : p.buttons) shown.back() += button + " ";
+      shown += p.header + "|" + p.message + "|";
+      for (const std::string& button : p.buttons) shown += button + " ";
     }
     return shown;
   }
@@ -128,7 +128,7 @@ TEST_F(JobLogTest, SavingWritesTheShownSettingsAndAlwaysSaysSaved) {
   std::string expected = ReplaceLine(ReplaceLine(ppd, "*EnableLog: 1", "*EnableLog: 0"), "*Time: 1", "*Time: 0");
   expected = ReplaceLine(ReplaceLine(expected, "*Separator:,", "*Separator:"), "*FileName:VKTS3.log", "*FileName:");
   EXPECT_EQ(ReadFile(ppdPath), ReplaceLine(expected, "*StaticText:Orvex", "*StaticText:"));
-  EXPECT_EQ(Prompts(), std::vector<std::string>{kSaved});
+  EXPECT_EQ(Prompts(), kSaved);
   // Each content box is its own flag.
   Click(Open(on).ui.JobLogDate);
   Click(model->ui.Track3Data);
@@ -139,7 +139,7 @@ TEST_F(JobLogTest, SavingWritesTheShownSettingsAndAlwaysSaysSaved) {
   Click(Open(on).ui.JobLogTime);
   EXPECT_EQ(model->SaveJobLogClick(), -1);
   EXPECT_EQ(ReadFile(ppdPath), on);
-  EXPECT_EQ(Prompts(), (std::vector<std::string>{kSaved, kSaved}));
+  EXPECT_EQ(Prompts(), kSaved + kSaved);
 }
 
 TEST_F(JobLogTest, DeletingAsksThenEmptiesTheLogFolderAndSaysSo) {
@@ -155,8 +155,7 @@ TEST_F(JobLogTest, DeletingAsksThenEmptiesTheLogFolderAndSaysSo) {
   EXPECT_TRUE(fs::is_directory(logDir) && fs::is_empty(logDir));
   const std::string question = "Delete Job Log File |Do you want to delete the log file?|Yes No ";
   EXPECT_EQ(Prompts(),
-            (std::vector<std::string>{question, question, question,
-                                      "Delete Job Log File |Log files have been deleted successfully.|Ok "}));
+            question + question + question + "Delete Job Log File |Log files have been deleted successfully.|Ok ");
 }
 
 // The window binds its widgets to the model: clicks run the rules, typing is cut.
@@ -176,7 +175,7 @@ TEST_F(JobLogTest, WindowRunsTheRulesOfItsWidgets) {
   window.findChild<QCheckBox*>("EnableLogging")->click();
   EXPECT_FALSE(window.findChild<QCheckBox*>("StaticText")->isEnabled());
   window.findChild<QPushButton*>("SaveLog")->click();
-  EXPECT_EQ(Prompts(), std::vector<std::string>{kSaved});
+  EXPECT_EQ(Prompts(), kSaved);
   EXPECT_NE(ReadFile(ppdPath).find("*EnableLog: 0"), std::string::npos);
 }
 

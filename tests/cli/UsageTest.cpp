@@ -39,6 +39,7 @@ TEST(CliUsage, EveryCommandHelpsAndWrongUsageExitsTwoWithTheHelp) {
       {"", usage},
       {"bogus", "vkts3-cli: unknown command bogus\n" + usage},
       {"info", Help("info")},
+      {"job-log", Help("job-log")},
       {"offsets", Help("offsets")},
       {"console Card", Help("console")},
       {"eject Card Card2", Help("eject")},

@@ -107,6 +107,13 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
       {"test-card Card2 sideways", "1||vkts3-cli: the test card is standard, parameter or encoder, not sideways\n"},
       {"eject VKTS31Ipp", "1||vkts3-cli: VKTS31Ipp: Not able to launch printer properties.\n"},
   });
+  // A firmware file of our own (its markers at 14 and 15): the question is answered No.
+  std::string firmware(100, '\0');
+  firmware[14] = '\x3A', firmware[15] = '\xFF';
+  std::ofstream(kHome + "/fw.bin") << firmware;
+  Walk({{"firmware Card2 $HOME/fw.bin", "1||Orvex Printer Settings: Download " + kHome +
+                                            "/fw.bin (Printer F/W, checksum 0x3AFF) to Card2? The printer resets "
+                                            "afterwards. [Yes/No] No\nvkts3-cli: firmware not downloaded\n"}});
   // A mode the tool has no name for: the USB printer of our own answers 7.
   std::ofstream(kHome + "/feeder7.profile")
       << ReadFile(VKT_PROFILE_DIR "/VKTS32.profile") << "\nreply ATM 1 1 = 7\\r\n";

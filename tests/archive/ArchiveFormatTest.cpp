@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "DriverSettingsArchive.h"
 #include "PlistFile.h"
@@ -42,12 +41,8 @@ def dump(name, d):
 dump('', plistlib.load(open(os.environ['FILE'], 'rb')))
 )";
 
-template <class T>
-std::string Text(const std::optional<T>& value) {
-  std::ostringstream text;
-  if (value) text << "'" << *value << "'";
-  return value ? text.str() : "-";
-}
+std::string Text(const std::optional<std::string>& value) { return value ? "'" + *value + "'" : "-"; }
+std::string Text(const std::optional<int>& value) { return value ? "'" + std::to_string(*value) + "'" : "-"; }
 
 // The file read as driver settings, or else as printer settings.
 std::string Describe(const std::string& path) {

@@ -84,14 +84,10 @@ TEST(PrinterSettingsTransfer, RestoreSendsEachGroupInFileOrderAndAsksAboutOtherP
     EXPECT_EQ(printer_settings::Restore(path, controls, prompter, "/icon.png", record), c.result);
     EXPECT_EQ(actions, c.actions);
     EXPECT_EQ(Describe(controls), c.controls);
-    ASSERT_EQ(prompter.prompts.size(), c.answer >= 0 ? 1u : 0u);
-    if (c.answer < 0) continue;
-    EXPECT_EQ(prompter.prompts[0].header, "Restore Printer setting ");
-    EXPECT_EQ(prompter.prompts[0].message,
-              "The target printer does not match the saved printer configuration settings.Proceeding to restore this "
-              "file may corrupt the printer rendering it inoperable.Would you like to continue?");
-    EXPECT_EQ(prompter.prompts[0].buttons, (std::vector<std::string>{"Ok", "Cancel"}));
-    EXPECT_EQ(prompter.prompts[0].icon, "/icon.png");
+    // The question's own text is pinned by the command line's test.
+    std::string asked;
+    for (const auto& p : prompter.prompts) asked += p.header + "|" + p.buttons.at(0) + p.buttons.at(1) + "|" + p.icon;
+    EXPECT_EQ(asked, c.answer >= 0 ? "Restore Printer setting |OkCancel|/icon.png" : "");
   }
 }
 

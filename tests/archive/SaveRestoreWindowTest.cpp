@@ -60,36 +60,39 @@ class SaveRestoreWindowTest : public ::testing::Test {
   std::unique_ptr<vkts3saverestore> window;
 };
 
+// Each panel as "title in folder: types".
+std::string Panels(const std::vector<Prompter::FilePanel>& panels, const std::string& docs) {
+  std::string text;
+  for (const auto& p : panels)
+    text +=
+        p.title + " in " + (p.directory == docs ? "docs" : p.directory) + ": " + p.types.at(0) + p.types.at(1) + "\n";
+  return text;
+}
+
 TEST_F(SaveRestoreWindowTest, LabelFilePanelsAndTheShownFile) {
   EXPECT_EQ(window->findChild<QLabel*>("lblFilePathText")->text().toStdString(),
             "The default location where the configurations \n files stored is " + docs);
   EXPECT_TRUE(window->findChild<QPlainTextEdit*>("ContentsOfPlist")->isReadOnly());
-  // ".plist" is appended only when it occurs nowhere in the chosen path.
-  prompter.paths = {docs + "/backup", docs + "/Archive.PLIST", docs + "/my.plist.old", ""};
-  for (const std::string& expected : {docs + "/backup.plist", docs + "/Archive.PLIST", docs + "/my.plist.old", ""s})
-    EXPECT_EQ(window->SaveFile("Save Printer Setting"), expected);
-  EXPECT_EQ(prompter.savePanels.at(3).title, "Save Printer Setting");
-  EXPECT_EQ(prompter.savePanels[3].directory, docs);
-  EXPECT_EQ(prompter.savePanels[3].types, (std::vector<std::string>{"plist", "PLIST"}));
-  // An existing file of the real name is replaced only after a question.
+  // ".plist" is appended only when it occurs nowhere in the chosen path; an
+  // existing file of the real name is replaced only after a question.
   std::ofstream(docs + "/old.plist") << "kept";
-  prompter.paths = {docs + "/old", docs + "/old"};
+  prompter.paths = {"backup", "Archive.PLIST", "my.plist.old", "", docs + "/old", docs + "/old"};
   prompter.answers = {1, 0};
-  EXPECT_EQ(window->SaveFile("Save Printer Setting"), "");
-  EXPECT_EQ(window->SaveFile("Save Printer Setting"), docs + "/old.plist");
+  std::string saved;
+  for (int i = 0; i < 6; ++i) saved += window->SaveFile("Save Printer Setting") + "|";
+  EXPECT_EQ(saved, "backup.plist|Archive.PLIST|my.plist.old|||" + docs + "/old.plist|");
+  EXPECT_EQ(Panels({prompter.savePanels.at(5)}, docs), "Save Printer Setting in docs: plistPLIST\n");
   ASSERT_EQ(prompter.prompts.size(), 2u);
   EXPECT_EQ(prompter.prompts[0].message, docs + "/old.plist already exists. Do you want to replace it?");
   EXPECT_EQ(prompter.prompts[0].buttons, (std::vector<std::string>{"Yes", "No"}));
   // Open panels by kind; one second of event loop after each choice, none after a cancel.
   prompter.paths = {"/x/fw.bin", "/x/job.prn", "/x/s.plist", ""};
-  EXPECT_EQ(vkts3saverestore::GetSelectedFilePath(prompter, 1), "/x/fw.bin");
-  EXPECT_EQ(vkts3saverestore::GetSelectedFilePath(prompter, 2), "/x/job.prn");
-  EXPECT_EQ(window->GetSelectedFilePath(3), "/x/s.plist");
-  EXPECT_EQ(window->GetSelectedFilePath(3), "");
-  EXPECT_EQ(prompter.openPanels.at(0).types, (std::vector<std::string>{"bin", "BIN"}));
-  EXPECT_EQ(prompter.openPanels.at(1).types, (std::vector<std::string>{"prn", "PRN"}));
-  EXPECT_EQ(prompter.openPanels.at(3).types, (std::vector<std::string>{"plist", "PLIST"}));
-  EXPECT_EQ(prompter.openPanels[3].directory, docs);
+  std::string chosen;
+  for (int kind : {1, 2, 3, 3}) chosen += window->GetSelectedFilePath(kind) + "|";
+  EXPECT_EQ(chosen, "/x/fw.bin|/x/job.prn|/x/s.plist||");
+  EXPECT_EQ(Panels(prompter.openPanels, docs),
+            "Select Firmware File in docs: binBIN\nSelect PRN File in docs: prnPRN\n"
+            "Select Settings File in docs: plistPLIST\nSelect Settings File in docs: plistPLIST\n");
   const Entry second{Entry::kEventLoop, std::chrono::seconds(1)};
   EXPECT_EQ(waits.entries, (std::vector<Entry>{second, second, second}));
   // Only a UTF-8 text file is shown; anything else leaves the view alone.
@@ -119,26 +122,76 @@ TEST_F(SaveRestoreWindowTest, PrinterSettingsButtonsWriteTheHostsValuesAndHandTh
   EXPECT_TRUE(service.Requests().empty());
 }
 
+// The driver settings through the window's buttons and the PPD service: a
+// save collects the lists and the PPD's job log, a restore rewrites the PPD
+// whole or not at all, and an unusable file is refused with an alert.
 TEST_F(SaveRestoreWindowTest, DriverSettingsButtonsSaveTheListsAndRestoreIntoThePpd) {
   Click("DriverSettingsRestoreButton");  // cancelled: nothing happens
   EXPECT_TRUE(waits.entries.empty());
-  prompter.paths = {docs + "/driver", docs + "/driver.plist"};
-  Click("DriverSettingSaveButton");
-  EXPECT_EQ(prompter.savePanels.at(0).title, "Save Driver Setting");
+  driver_settings::DriverSettings file;
+  file.Rotate180 = 2;
+  file.JobLog.EnableLog = 1;
+  file.JobLog.Separator = ";";
+  file.JobLog.FileName = "Other.log";
   std::string error;
-  const auto file = driver_settings::Read(docs + "/driver.plist", error);
-  ASSERT_TRUE(file) << error;
-  EXPECT_EQ(std::to_string(file->PrintOnBothSides) + std::to_string(file->Rotate180) +
-                std::to_string(file->MonoConversion) + std::to_string(file->PrintingMode),
-            "1200");
-  EXPECT_EQ(Shown(), ReadFile(docs + "/driver.plist"));
-  EXPECT_TRUE(service.Requests().empty());  // a save reads the PPD only
+  ASSERT_TRUE(driver_settings::Write(file, docs + "/driver.plist", error)) << error;
+  const std::string timeOn = ReplaceLine(fixture, "*Time: 0", "*Time: 1");
+  WriteFile(ppd, timeOn);
+  window = std::make_unique<vkts3saverestore>(ppd, std::make_unique<FakeHost>(prompter, restores), nullptr, docs);
+  // Before any save the file is compared with a zero record: EnableLog 1
+  // changes, Time 0 leaves the PPD's 1, and the texts are not touched.
+  prompter.paths = {docs + "/driver.plist", docs + "/saved", docs + "/driver.plist"};
   Click("DriverSettingsRestoreButton");
-  std::string expected = ReplaceLine(fixture, "*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 2Back");
+  std::string expected = ReplaceLine(timeOn, "*EnableLog: 0", "*EnableLog: 1");
+  expected = ReplaceLine(expected, "*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 2Back");
   EXPECT_EQ(ReadFile(ppd), expected);
+  EXPECT_EQ(Shown(), ReadFile(docs + "/driver.plist"));
   EXPECT_EQ(service.Requests().size(), 2u);
-  EXPECT_EQ(waits.entries.size(), 2u);
+  // A save keeps the lists' positions, -1 for monochrome as 0, and the PPD's
+  // job log; it reads the PPD only.
+  Click("DriverSettingSaveButton");
+  driver_settings::DriverSettings collected{1, 2, 0, 0, {}};
+  collected.JobLog.EnableLog = collected.JobLog.Time = 1;
+  collected.JobLog.Separator = ",";
+  collected.JobLog.FileName = "VKTS3.log";
+  collected.JobLog.StaticText = "Orvex";
+  EXPECT_EQ(ReadFile(docs + "/saved.plist"), driver_settings::ToXml(collected));
+  EXPECT_EQ(prompter.savePanels.at(0).title, "Save Driver Setting");
+  EXPECT_EQ(Shown(), ReadFile(docs + "/saved.plist"));
+  EXPECT_EQ(service.Requests().size(), 2u);
+  // Then against the values read: Time goes off, the texts change (a text
+  // never read is saved empty, so StaticText is cleared).
+  Click("DriverSettingsRestoreButton");
+  expected = ReplaceLine(ReplaceLine(expected, "*Time: 1", "*Time: 0"), "*Separator:,", "*Separator:;");
+  expected = ReplaceLine(ReplaceLine(expected, "*StaticText:Orvex", "*StaticText:"), "*FileName:VKTS3.log",
+                         "*FileName:Other.log");
+  EXPECT_EQ(ReadFile(ppd), expected);
+  EXPECT_EQ(service.Requests().size(), 4u);
+  EXPECT_EQ(waits.entries.size(), 4u);
   EXPECT_TRUE(prompter.prompts.empty());
+
+  // Files that are no driver settings, and job-log texts the PPD service
+  // would refuse: the PPD is left, the first with an alert.
+  std::ofstream(docs + "/junk.plist") << "this is not a property list";
+  ASSERT_TRUE(printer_settings::Write({}, docs + "/printer.plist", error));
+  EXPECT_EQ(window->UpdateDriverSettingsFromFile(docs + "/junk.plist"), 0);
+  EXPECT_EQ(window->UpdateDriverSettingsFromFile(docs + "/printer.plist"), 0);
+  file.Rotate180 = 3;
+  file.JobLog.FileName = "a\"b.log";
+  ASSERT_TRUE(driver_settings::Write(file, docs + "/refused.plist", error)) << error;
+  EXPECT_EQ(window->UpdateDriverSettingsFromFile(docs + "/refused.plist"), -1);
+  EXPECT_EQ(ReadFile(ppd), expected);
+  EXPECT_EQ(service.Requests().size(), 4u);
+  std::string shown;
+  for (const auto& p : prompter.prompts)
+    shown +=
+        p.header + "|" + p.message + "|" + p.buttons.at(0) + (p.level == Prompter::Level::kStop ? " stop\n" : "\n");
+  EXPECT_EQ(shown, "Orvex Printer Settings|The file " + docs +
+                       "/junk.plist is not a property list. The driver settings were not changed.|OK stop\n"
+                       "Orvex Printer Settings|The file " +
+                       docs +
+                       "/printer.plist holds no driver settings (\"VKTS3PrinterConfig\" is missing). The driver "
+                       "settings were not changed.|OK stop\n");
 }
 
 }  // namespace

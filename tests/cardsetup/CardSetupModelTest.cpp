@@ -17,10 +17,6 @@
 
 namespace {
 
-using Table = PPDHelper::OptionTable;
-
-std::string OnOff(bool on) { return on ? "on" : "off"; }
-
 // A list as "size:selected text", "/off" when disabled.
 std::string Describe(const ListControl& list) {
   return std::to_string(list.NumberOfItems()) + ":" + list.ObjectValueOfSelectedItem().value_or("-") +
@@ -30,14 +26,16 @@ std::string Describe(const ListControl& list) {
 class CardSetupModelTest : public ::testing::Test {
  protected:
   // Loads the PPD of a printer of `type` (0 two-sided VKTS32, 1 VKTS31, 2 VKTS1)
-  // that reports `ribbon`, with stored defaults "Option choice ..." replaced.
+  // that reports `ribbon`, with stored defaults "Option index ..." replaced.
   void Load(long type, const std::optional<std::string>& ribbon, const std::string& edits = "") {
     const std::string model = type == 0 ? "VKTS32" : type == 1 ? "VKTS31" : "VKTS1";
     std::string text = ppd_test::ReadFile(ppd_test::FixturePath(model + ".ppd")), key, value;
     for (std::istringstream in(edits); in >> key >> value;) {
-      const size_t at = text.find("*Default" + model + key + ": ");
-      ASSERT_NE(at, std::string::npos) << key;
-      text.replace(at, text.find('\n', at) - at, text.substr(at, text.find(": ", at) + 2 - at) + value);
+      const std::string option = "*" + model + key, stored = "\n*Default" + model + key + ": ";
+      // The choice line of that index: "1..." comes before "10...".
+      const size_t choice = text.find("\n" + option + " " + value) + option.size() + 2, at = text.find(stored);
+      ASSERT_TRUE(at != std::string::npos && choice > option.size() + 1) << key << " " << value;
+      text.replace(at, text.find('\n', at + 1) - at, stored + text.substr(choice, text.find('/', choice) - choice));
     }
     ppd_test::WriteFile(path_, text);
     helper_ = std::make_unique<PPDHelper>();
@@ -52,14 +50,15 @@ class CardSetupModelTest : public ::testing::Test {
     model_->StartUp(true);
   }
 
-  // Both sides, ribbon, combination and monochrome lists, the stored monochrome choice, the half-panel box, Apply,
-  // printing mode and rotation.
+  // Both sides, ribbon, combination and monochrome lists, the stored monochrome choice, the half-panel box ("half:on"
+  // when checked, "half:off" when only enabled), "apply" when Apply is enabled, printing mode and rotation.
   std::string State() const {
     const CardSetupModel& m = *model_;
+    const bool on = m.chBoxAutoDetect.IsEnabled(), checked = m.chBoxAutoDetect.IsChecked();
+    const std::string half = std::string(checked ? " half:on" : on ? " half:off" : "") + (checked && !on ? "/off" : "");
     return Describe(m.PrintOnBothside) + " " + Describe(m.TypeOfRibbon) + " " + Describe(m.RibbonCombinatioin) + " " +
-           Describe(m.MonoChromeConv) + " #" + std::to_string(m.g_nMonoOption) + " half " +
-           OnOff(m.chBoxAutoDetect.IsEnabled()) + "/" + OnOff(m.chBoxAutoDetect.IsChecked()) + " apply " +
-           OnOff(m.ApplySettingsBtn.IsEnabled()) + " " + Describe(m.PrintingMode) + " " + Describe(m.Rotate);
+           Describe(m.MonoChromeConv) + " #" + std::to_string(m.g_nMonoOption) + half +
+           (m.ApplySettingsBtn.IsEnabled() ? " apply " : " ") + Describe(m.PrintingMode) + " " + Describe(m.Rotate);
   }
 
   ppd_test::ScratchDir dir_;
@@ -71,41 +70,35 @@ class CardSetupModelTest : public ::testing::Test {
 };
 
 TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbon) {
-  const std::string ymcko = "19:YMCKO 100 Prints/off 3:Front YMCO , Back K 4:Diffusion #0 half off/off apply ";
-  const std::string none = "1:Unknown/off 1:None/off 4:- #0 half off/off apply off";
+  const std::string ymcko = "19:YMCKO 100 Prints/off 3:Front YMCO , Back K 4:Diffusion #0";
+  const std::string none = "1:Unknown/off 1:None/off 4:- #0";
   const std::string noRibbon = "There is no ribbon or unable to communicate to printer;";
   const struct {
     long type;
     std::optional<std::string> ribbon;
     std::string edits, state, alerts;
   } cases[] = {
-      {0, "YMCKO", "", ymcko + "off", ""},
+      {0, "YMCKO", "", ymcko, ""},
       {0, "No Ribbon", "", none, noRibbon},
       {0, "N/A", "", none, noRibbon},  // a code beyond the table
-      {0, std::nullopt, "", ymcko + "on", "Ribbon Changed to (null);"},
-      {0, "Monochrome", "RibbonName 12Monochrome2000 MonoConversion 1HalfTone RibbonCombination 10FrontKBackK",
-       "4:High Capacity Monochrome 1:Front K ,Back K 4:Halftone #1 half off/off apply on", ""},
-      {0, "Monochrome", "", "4:Standard Monochrome 1:Front K ,Back K 4:Diffusion #0 half off/off apply on",
+      {0, std::nullopt, "", ymcko + " apply", "Ribbon Changed to (null);"},
+      {0, "Monochrome", "RibbonName 12 MonoConversion 1 RibbonCombination 10",
+       "4:High Capacity Monochrome 1:Front K ,Back K 4:Halftone #1 apply", ""},
+      {0, "Monochrome", "", "4:Standard Monochrome 1:Front K ,Back K 4:Diffusion #0 apply",
        "Ribbon changed to Monochrome Ribbon. Please choose the type of Monochrome ribbon installed in your printer;"},
       // The same ribbon in another letter case.
-      {0, "KRO", "RibbonName 17KrO500",
-       "19:KrO 500 Prints/off 1:Front KrO ,  Back KrO 4:Diffusion #0 half off/off apply off", ""},
+      {0, "KRO", "RibbonName 17", "19:KrO 500 Prints/off 1:Front KrO ,  Back KrO 4:Diffusion #0", ""},
       // A printer ribbon no driver text holds.
-      {0, "WrKr 600 image", "RibbonName 15KDO500", ymcko + "on", "Ribbon Changed to WrKr 600 image;"},
-      {0, "KdO 500", "", "19:KdO 500 Prints/off 1:Front KdO , Back KdO 1:None #0 half off/off apply on",
-       "Ribbon Changed to KdO 500;"},
-      {0, "KdO 700",
-       "MonoConversion 2Barcode RibbonName 16KDO700 RibbonCombination 9FrontKdOBackKdO AutoHalfPanel 1true",
-       "19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 half on/on apply off", ""},
+      {0, "WrKr 600 image", "RibbonName 15", ymcko + " apply", "Ribbon Changed to WrKr 600 image;"},
+      {0, "KdO 500", "", "19:KdO 500 Prints/off 1:Front KdO , Back KdO 1:None #0 apply", "Ribbon Changed to KdO 500;"},
+      {0, "KdO 700", "MonoConversion 2 RibbonName 16 RibbonCombination 9 AutoHalfPanel 1",
+       "19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 half:on", ""},
       // Series 31: stored Text on a KrO ribbon keeps the four conversions; with combination 14 it is Text of two.
-      {1, "KRO", "MonoConversion 3Text RibbonName 17KrO500",
-       "19:KrO 500 Prints/off 1:Front KrO 4:Text #3 half off/off apply off", ""},
-      {1, "YMCKO", "MonoConversion 3Text", "19:YMCKO 100 Prints/off 1:Front YMCKO 2:Text #1 half off/off apply off",
-       ""},
+      {1, "KRO", "MonoConversion 3 RibbonName 17", "19:KrO 500 Prints/off 1:Front KrO 4:Text #3", ""},
+      {1, "YMCKO", "MonoConversion 3", "19:YMCKO 100 Prints/off 1:Front YMCKO 2:Text #1", ""},
       // Series 1: monochrome index 12 is the second name, 13 falls off the list.
-      {2, "Monochrome", "RibbonName 12Monochrome2000",
-       "2:Standard White Monochrome 1:Front K 4:Diffusion #0 half off/off apply on", ""},
-      {2, "Monochrome", "RibbonName 13WhiteMono", "2:- 1:Front K 4:Diffusion #0 half off/off apply on", ""},
+      {2, "Monochrome", "RibbonName 12", "2:Standard White Monochrome 1:Front K 4:Diffusion #0 apply", ""},
+      {2, "Monochrome", "RibbonName 13", "2:- 1:Front K 4:Diffusion #0 apply", ""},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.type) + " " + c.ribbon.value_or("-") + " " + c.edits);
@@ -132,25 +125,22 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
     const char* choice;
     std::string state;
   } steps[] = {
-      {&m.PrintingMode, "Encode Only",
-       yes + "3:Front YMCO , Back K 4:Diffusion #0 half off/off apply on 2:Encode Only 4:None"},
-      {&m.Rotate, "Both", yes + "3:Front YMCO , Back K 4:Diffusion #0 half off/off apply on 2:Encode Only 4:Both"},
+      {&m.PrintingMode, "Encode Only", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:None"},
+      {&m.Rotate, "Both", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:Both"},
       // One side: a third printing mode, two rotations, the one-sided colour combination.
-      {&m.PrintOnBothside, "No", no + "1:Front YMCKO 2:Barcode #0 half off/off apply on 3:Print 2:None"},
-      {&m.PrintOnBothside, "Yes", yes + "3:Front YMCO , Back K 4:Diffusion #0 half off/off apply on 2:Print 4:None"},
+      {&m.PrintOnBothside, "No", no + "1:Front YMCKO 2:Barcode #0 apply 3:Print 2:None"},
+      {&m.PrintOnBothside, "Yes", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Print 4:None"},
       {&m.RibbonCombinatioin, "Front YMCKO , Back YMCKO",
-       yes + "3:Front YMCKO , Back YMCKO 2:Barcode #0 half off/off apply on 2:Print 4:None"},
-      {&m.RibbonCombinatioin, "Front YMCO , Back K",
-       yes + "3:Front YMCO , Back K 4:Diffusion #0 half off/off apply on 2:Print 4:None"},
+       yes + "3:Front YMCKO , Back YMCKO 2:Barcode #0 apply 2:Print 4:None"},
+      {&m.RibbonCombinatioin, "Front YMCO , Back K", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Print 4:None"},
       {&m.TypeOfRibbon, "KdO 700 Prints",
-       "2:Yes 19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 half off/off apply on 2:Print 4:None"},
-      {&m.PrintOnBothside, "No",
-       "2:No 19:KdO 700 Prints/off 1:Front KdO 1:None #0 half off/off apply on 3:Print 2:None"},
+       "2:Yes 19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 apply 2:Print 4:None"},
+      {&m.PrintOnBothside, "No", "2:No 19:KdO 700 Prints/off 1:Front KdO 1:None #0 apply 3:Print 2:None"},
       // A white monochrome ribbon preselects Text; the half-panel box follows the ribbon.
       {&m.TypeOfRibbon, "Standard White Monochrome",
-       "2:No 19:Standard White Monochrome/off 1:Front K 4:Text #0 half off/off apply on 3:Print 2:None"},
+       "2:No 19:Standard White Monochrome/off 1:Front K 4:Text #0 apply 3:Print 2:None"},
       {&m.TypeOfRibbon, "Half Panel YMCKO 250 Prints",
-       "2:No 19:Half Panel YMCKO 250 Prints/off 1:Front YMCKO 2:Barcode #0 half on/on apply on 3:Print 2:None"},
+       "2:No 19:Half Panel YMCKO 250 Prints/off 1:Front YMCKO 2:Barcode #0 half:on apply 3:Print 2:None"},
   };
   for (const auto& step : steps) {
     const auto& items = step.list->Items();
@@ -162,11 +152,9 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
 TEST_F(CardSetupModelTest, RestoreDefaultsPerModelClass) {
   // The ribbon list is on for a monochrome ribbon only: then its first ribbon comes back.
   const std::tuple<long, const char*, std::string> cases[] = {
-      {0, "YMCKO",
-       "2:Yes 19:YMCKO 100 Prints/off 3:Front YMCO , Back K 4:Diffusion #0 half off/off apply on 2:Print 4:None"},
-      {1, "YMCKO", "2:No/off 19:YMCKO 100 Prints/off 1:Front YMCKO 2:Barcode #0 half off/off apply on 3:Print 2:None"},
-      {0, "Monochrome",
-       "2:Yes 4:Standard Monochrome 1:Front K ,Back K 4:Diffusion #0 half off/off apply on 2:Print 4:None"}};
+      {0, "YMCKO", "2:Yes 19:YMCKO 100 Prints/off 3:Front YMCO , Back K 4:Diffusion #0 apply 2:Print 4:None"},
+      {1, "YMCKO", "2:No/off 19:YMCKO 100 Prints/off 1:Front YMCKO 2:Barcode #0 apply 3:Print 2:None"},
+      {0, "Monochrome", "2:Yes 4:Standard Monochrome 1:Front K ,Back K 4:Diffusion #0 apply 2:Print 4:None"}};
   for (const auto& [type, ribbon, state] : cases) {
     Load(type, ribbon);
     ASSERT_FALSE(HasFatalFailure());
@@ -185,10 +173,6 @@ TEST_F(CardSetupModelTest, RestoreDefaultsPerModelClass) {
 TEST_F(CardSetupModelTest, LoadThenApplyWithoutAChangeWritesNothing) {
   ppd_test::ScopedEnv nobodyListens("VKT_PPD_SERVICE_PORT", "1");  // any request would fail the save
   serialLabel_ = "VKT3200001\r";
-  const auto choice = [](Table table, int index) {
-    const std::string& line = PPDHelper::ValueTable(table)[static_cast<size_t>(index)];
-    return " " + line.substr(line.find(": ") + 2);
-  };
   Load(0, "YMCKO");  // the catalog names the ribbons
   ASSERT_FALSE(HasFatalFailure());
   int cases = 0;
@@ -199,10 +183,8 @@ TEST_F(CardSetupModelTest, LoadThenApplyWithoutAChangeWritesNothing) {
         const int combination = model_->ComboIndexToPPDRibbonCombiIndex(item);
         for (int mono = 0; mono <= 3; ++mono, ++cases) {
           Load(0, ribbon >= 11 && ribbon <= 14 ? "Monochrome" : name,
-               "DualSidePrinting" + choice(Table::kDualSide, dual) + " RibbonName" +
-                   choice(Table::kRibbonType, ribbon) + " RibbonCombination" +
-                   choice(Table::kRibbonCombination, combination) + " MonoConversion" +
-                   choice(Table::kMonoOption, mono));
+               "DualSidePrinting " + std::to_string(dual) + " RibbonName " + std::to_string(ribbon) +
+                   " RibbonCombination " + std::to_string(combination) + " MonoConversion " + std::to_string(mono));
           ASSERT_FALSE(HasFatalFailure());
           EXPECT_EQ(model_->SaveSettings(), 0) << dual << " " << name << " " << item << " " << mono;
         }
@@ -224,7 +206,7 @@ TEST_F(CardSetupModelTest, ApplyWritesTheChangedLineAndASerialNumberWithinItsRul
     SCOPED_TRACE(label);
     serialLabel_ = label;
     // The stored Text of the two-item list of combination 1 stays 3Text.
-    Load(0, "YMCKO", "RibbonCombination 1FrontYmckoBackYmcko MonoConversion 3Text");
+    Load(0, "YMCKO", "RibbonCombination 1 MonoConversion 3");
     ASSERT_FALSE(HasFatalFailure());
     const std::string stored = ppd_test::ReadFile(path_);
     model_->Rotate.SelectItemAtIndex(2);

@@ -73,11 +73,8 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
   const std::string ymcko = "19:YMCKO 100 Prints/off 3:Front YMCO , Back K 4:Diffusion #0";
   const std::string none = "1:Unknown/off 1:None/off 4:- #0";
   const std::string noRibbon = "There is no ribbon or unable to communicate to printer;";
-  const struct {
-    long type;
-    std::optional<std::string> ribbon;
-    std::string edits, state, alerts;
-  } cases[] = {
+  // clang-format off
+  const struct { long type; std::optional<std::string> ribbon; std::string edits, state, alerts; } cases[] = {
       {0, "YMCKO", "", ymcko, ""},
       {0, "No Ribbon", "", none, noRibbon},
       {0, "N/A", "", none, noRibbon},  // a code beyond the table
@@ -100,6 +97,7 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
       {2, "Monochrome", "RibbonName 12", "2:Standard White Monochrome 1:Front K 4:Diffusion #0 apply", ""},
       {2, "Monochrome", "RibbonName 13", "2:- 1:Front K 4:Diffusion #0 apply", ""},
   };
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.type) + " " + c.ribbon.value_or("-") + " " + c.edits);
     Load(c.type, c.ribbon, c.edits);
@@ -120,11 +118,8 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
   ASSERT_FALSE(HasFatalFailure());
   CardSetupModel& m = *model_;
   const std::string ymcko = "19:YMCKO 100 Prints/off ", yes = "2:Yes " + ymcko, no = "2:No " + ymcko;
-  const struct {
-    ListControl* list;
-    const char* choice;
-    std::string state;
-  } steps[] = {
+  // clang-format off
+  const struct { ListControl* list; const char* choice; std::string state; } steps[] = {
       {&m.PrintingMode, "Encode Only", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:None"},
       {&m.Rotate, "Both", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:Both"},
       // One side: a third printing mode, two rotations, the one-sided colour combination.
@@ -142,6 +137,7 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
       {&m.TypeOfRibbon, "Half Panel YMCKO 250 Prints",
        "2:No 19:Half Panel YMCKO 250 Prints/off 1:Front YMCKO 2:Barcode #0 half:on apply 3:Print 2:None"},
   };
+  // clang-format on
   for (const auto& step : steps) {
     const auto& items = step.list->Items();
     step.list->SelectItemAtIndex(static_cast<int>(std::find(items.begin(), items.end(), step.choice) - items.begin()));

@@ -26,20 +26,17 @@ class EncoderTest : public encoder_test::EncoderTest {};
 TEST(TrackValidator, EachFieldKeepsWhatItsRuleAllows) {
   // clang-format off
   const Prompter::Prompt invalid{"Card", "Invalid Character for Encoding.", {"OK"}, Level::kStop, kIcon},
-      tooLong{"Card", "Exceeding number of characters that could be encoded on the track.", {"OK"}, Level::kNote, kIcon},
+      tooLong{"Card", "Exceeding number of characters that could be encoded on the track.", {"OK"}, Level::kNote,
+              kIcon},
       offsetTooLong{"Orvex Printer Settings", "Exceeding maximum length.", {"OK"}, Level::kNote, kIcon},
       offsetTooLarge{"Orvex Printer Settings", "Exceeding maximum value.\nValue should be less than 31", {"OK"},
                      Level::kNote, kIcon};
   // clang-format on
   const std::u16string digits37 = u"1234=" + std::u16string(32, u'7'), letters76(76, u'A'), digits104(104, u'4');
   const std::array<int, 3> own{0, 1, 2};
-  const struct {
-    const char* what;
-    Field field;
-    std::array<int, 3> modes;
-    std::u16string typed, kept;
-    Prompts alerts;
-  } cases[] = {
+  // clang-format off
+  const struct { const char* what; Field field; std::array<int, 3> modes; std::u16string typed, kept; Prompts alerts; }
+  cases[] = {
       {"track-1 format set", Field::kTrack1, own, u"A $'()./^*+Z09", u"A $'()./^*+Z09", {}},
       {"cut at the first refused", Field::kTrack1, own, u"AB-C", u"AB", {invalid}},
       {"digits and equals: 37 fit track 2", Field::kTrack2, own, digits37, digits37, {}},
@@ -59,6 +56,7 @@ TEST(TrackValidator, EachFieldKeepsWhatItsRuleAllows) {
       {"offset 123: too long only", Field::kBackY, own, u"123", u"", {offsetTooLong}},
       {"offset cut silently", Field::kBackX, own, u"5a", u"5", {}},
   };
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     ScriptedPrompter prompter;
@@ -76,22 +74,16 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWrite) {
                                   Prompter::Level::kNote, encoder_test::kIcon},
                          noData2{"", "No data in Track 2 !", {"OK"}, Prompter::Level::kNote, ""};
   // clang-format on
-  const struct {
-    const char* what;
-    std::array<CardEncoder::Track, 3> tracks;
-    int answer;
-    Encoded outcome;
-    Prompts prompts;
-    std::string sent;
-  } cases[] = {
-      // clang-format off
+  // clang-format off
+  const struct { const char* what; std::array<CardEncoder::Track, 3> tracks; int answer; Encoded outcome; Prompts prompts;
+                 std::string sent; } cases[] = {
       {"nothing ticked: a blank card", {}, 0, Encoded::kSent, {question}, "\x1b&B 1 \r\x1b&B 2 \r\x1b&B 3 \r\x1b&E*\r"},
       {"no ASCII form", {{{true, u"A\u0141B"}, {true, u"1\x1b\r2\u00E9"}, {}}}, 0, Encoded::kSent, {question},
        "\x1b&B 1 A?B\r\x1b&B 2 1??2?\r\x1b&B 3 \r\x1b&E*\r"},
       {"first empty ticked track", {{{false, u"1"}, {true, u""}, {true, u""}}}, 0, Encoded::kNoData, {question, noData2}, ""},
       {"answered No", {{{true, u"A"}, {}, {}}}, 1, Encoded::kDeclined, {question}, ""},
-      // clang-format on
   };
+  // clang-format on
   Start();
   ASSERT_FALSE(HasFatalFailure());
   for (const auto& c : cases) {
@@ -109,22 +101,17 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWrite) {
 
 TEST_F(EncoderTest, ReadAsksForTheTickedTracksInOrder) {
   const std::string L1 = WithReplyRequest("&L1"), L2 = WithReplyRequest("&L2"), L3 = WithReplyRequest("&L3");
-  const struct {
-    const char* profile;
-    std::array<bool, 3> ticked;
-    std::string sent;
-    std::array<std::optional<std::string>, 3> tracks;
-    int unanswered;
-  } cases[] = {
-      // clang-format off
+  // clang-format off
+  const struct { const char* profile; std::array<bool, 3> ticked; std::string sent;
+                 std::array<std::optional<std::string>, 3> tracks; int unanswered; } cases[] = {
       {"card_track1 = %B4111^DOE/JOHN^?\ncard_track2 = ;4111=2512?\ncard_track3 = ;01234?", {true, false, true}, L1 + L3,
        {"%B4111^DOE/JOHN^?", std::nullopt, ";01234?"}, 0},
       // An empty track is answered with the error form: an empty text, no message.
       {"card_track1 = ABC\ncard_track3 = 789", {true, true, true}, L1 + L2 + L3, {"ABC", "", "789"}, 0},
       // No reply at all: later tracks are not asked for.
       {"card_track1 = ABC\ncard_track3 = 789\nsilent &L2", {true, true, true}, L1 + L2, {"ABC", std::nullopt, std::nullopt}, 2},
-      // clang-format on
   };
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(c.profile);
     Start(c.profile);
@@ -181,13 +168,19 @@ TEST_F(EncoderTest, ApplySendsEachChoiceAndThePrinterKeepsIt) {
   const struct { State applied; std::vector<const char*> commands; State readBack; } cases[] = {
       {kFactory, {"&CDEW 1 A", "&CDER 1 Q", "&CDEW 2 B", "&CDER 2 R", "&CDEW 3 C", "&CDER 3 S", "&D 1 210", "&D 2 75",
                   "&D 3 210", "&W 0", "&C 1"}, kFactory},
-      // Nothing selected is left out; neither coercivity sends neither command. The printer starts at the factory choice.
+      // Nothing selected is left out; neither coercivity sends neither command. The printer starts at the factory
+      // choice.
       {{{1, -1, 0}, {-1, 0, 1}, false, false}, {"&CDEW 1 a2", "&CDER 1 q2", "&CDEW 3 c1", "&CDER 3 s1", "&D 2 210",
                                                 "&D 3 75", "&W 0"}, {{1, 1, 0}, {0, 0, 1}, true, false}},
   };
+  // clang-format on
   // One notice after the commands, closing by itself.
-  const Prompts notice{{"Orvex Printer Settings", "Applying printer settings please wait ....",
-                                      {"OK", ""}, Prompter::Level::kCaution, encoder_test::kIcon, 5}};
+  const Prompts notice{{"Orvex Printer Settings",
+                        "Applying printer settings please wait ....",
+                        {"OK", ""},
+                        Prompter::Level::kCaution,
+                        encoder_test::kIcon,
+                        5}};
   // clang-format on
   for (const auto& c : cases) {
     Start();

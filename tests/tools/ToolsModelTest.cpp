@@ -118,10 +118,11 @@ TEST_F(ToolsModelTest, ConsoleLinesAndTheReset) {
 TEST_F(ToolsModelTest, EjectAndCleaning) {
   constexpr int kEject = 9;
   // clang-format off
-  const Prompter::Prompt printer = Ask("\nPlease remove the ribbon and cards from the printer.Close the printer cover and "
-      "lid then click YES.Follow LCD instructions to continue with the cleaning process.");
+  const Prompter::Prompt printer = Ask("\nPlease remove the ribbon and cards from the printer.Close the printer cover "
+      "and lid then click YES.Follow LCD instructions to continue with the cleaning process.");
   const Prompter::Prompt head = Ask("\nPlease remove the ribbon from the printer.Close the head of the printer.Press "
       "Clear button on the printer.Then press YES");
+  // clang-format off
   const struct { int kind, answer; bool session, result; Prompts prompts; std::string sent; } cases[] = {
       {kEject, 0, true, true, {}, "\x1bMO\r"},  // the command alone
       {0, 0, true, true, {printer}, "\033CLEAN\r"},

@@ -127,19 +127,14 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
   Load(0, "YMCKO");
   ASSERT_FALSE(HasFatalFailure());
   CardSetupModel& m = *model_;
-  const std::string ymcko = "19:YMCKO 100 Prints/off ", yes = "2:Yes " + ymcko, no = "2:No " + ymcko;
+  const std::string yes = "2:Yes 19:YMCKO 100 Prints/off ";
   // clang-format off
   const struct { ListControl* list; const char* choice; std::string state; } steps[] = {
       {&m.PrintingMode, "Encode Only", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:None"},
       {&m.Rotate, "Both", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:Both"},
-      // One side: a third printing mode, two rotations, the one-sided colour combination.
-      {&m.PrintOnBothside, "No", no + "1:Front YMCKO 2:Barcode #0 apply 3:Print 2:None"},
-      {&m.PrintOnBothside, "Yes", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Print 4:None"},
-      {&m.RibbonCombinatioin, "Front YMCKO , Back YMCKO",
-       yes + "3:Front YMCKO , Back YMCKO 2:Barcode #0 apply 2:Print 4:None"},
-      {&m.RibbonCombinatioin, "Front YMCO , Back K", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Print 4:None"},
-      {&m.TypeOfRibbon, "KdO 700 Prints",
-       "2:Yes 19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 apply 2:Print 4:None"},
+      {&m.RibbonCombinatioin, "Front YMCKO , Back YMCKO", yes + "3:Front YMCKO , Back YMCKO 2:Barcode #0 apply 2:Encode Only 4:Both"},
+      {&m.TypeOfRibbon, "KdO 700 Prints", "2:Yes 19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 apply 2:Encode Only 4:Both"},
+      // One side: a third printing mode, two rotations, the one-sided combination.
       {&m.PrintOnBothside, "No", "2:No 19:KdO 700 Prints/off 1:Front KdO 1:None #0 apply 3:Print 2:None"},
       // A white monochrome ribbon preselects Text; the half-panel box follows the ribbon.
       {&m.TypeOfRibbon, "Standard White Monochrome",
@@ -158,7 +153,6 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
 TEST_F(CardSetupModelTest, RestoreDefaultsPerModelClass) {
   // The ribbon list is on for a monochrome ribbon only: then its first ribbon comes back.
   const std::tuple<long, const char*, std::string> cases[] = {
-      {0, "YMCKO", "2:Yes 19:YMCKO 100 Prints/off 3:Front YMCO , Back K 4:Diffusion #0 apply 2:Print 4:None"},
       {1, "YMCKO", "2:No/off 19:YMCKO 100 Prints/off 1:Front YMCKO 2:Barcode #0 apply 3:Print 2:None"},
       {0, "Monochrome", "2:Yes 4:Standard Monochrome 1:Front K ,Back K 4:Diffusion #0 apply 2:Print 4:None"}};
   for (const auto& [type, ribbon, state] : cases) {
@@ -203,12 +197,10 @@ TEST_F(CardSetupModelTest, ApplyWritesTheChangedLineAndASerialNumberWithinItsRul
   const std::string before = ppd_test::ReadFile(path_);
   model_->Rotate.SelectItemAtIndex(3);
   EXPECT_EQ(model_->SaveSettings(), -1);
+  // clang-format off
   EXPECT_EQ(prompter_.prompts, (std::vector<Prompter::Prompt>{{"Save Printer Settings",
-                                                               "Authentication Error. Printer Settings are not saved",
-                                                               {"Ok"},
-                                                               Prompter::Level::kStop,
-                                                               "/icon.png",
-                                                               0}}));
+      "Authentication Error. Printer Settings are not saved", {"Ok"}, Prompter::Level::kStop, "/icon.png"}}));
+  // clang-format on
   EXPECT_TRUE(model_->ApplySettingsBtn.IsEnabled() && model_->bSettingSaved);
   EXPECT_EQ(model_->Rotate.IndexOfSelectedItem(), 3);
   EXPECT_EQ(ppd_test::ReadFile(path_), before);

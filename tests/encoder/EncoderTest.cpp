@@ -10,6 +10,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using encoder_test::kIcon;
 using encoder_test::Prompts;
 using encoder_test::WithReplyRequest;
@@ -68,7 +69,7 @@ TEST(TrackValidator, EachFieldKeepsWhatItsRuleAllows) {
   EXPECT_EQ(TrackValidator::FromUtf8("A\xC5\x81="), u"A\u0141=");
 }
 
-TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWrite) {
+TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWriteAndReadAsksForTheTickedOnes) {
   // clang-format off
   const Prompter::Prompt question{"Card", "Please put the appropriate card in the feeder.", {"Yes", "No"},
                                   Prompter::Level::kNote, encoder_test::kIcon},
@@ -97,13 +98,12 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWrite) {
   // The printer keeps the last card encoded (its answer to a question shows it has seen the card before).
   session_->GetFeederStatus();
   EXPECT_EQ(server_->Engine().State().cardTrack[0], "A?B");
-}
 
-TEST_F(EncoderTest, ReadAsksForTheTickedTracksInOrder) {
+  // Reading asks for the ticked tracks in order.
   const std::string L1 = WithReplyRequest("&L1"), L2 = WithReplyRequest("&L2"), L3 = WithReplyRequest("&L3");
   // clang-format off
   const struct { const char* profile; std::array<bool, 3> ticked; std::string sent;
-                 std::array<std::optional<std::string>, 3> tracks; int unanswered; } cases[] = {
+                 std::array<std::optional<std::string>, 3> tracks; int unanswered; } reads[] = {
       {"card_track1 = %B4111^DOE/JOHN^?\ncard_track2 = ;4111=2512?\ncard_track3 = ;01234?", {true, false, true}, L1 + L3,
        {"%B4111^DOE/JOHN^?", std::nullopt, ";01234?"}, 0},
       // An empty track is answered with the error form: an empty text, no message.
@@ -112,19 +112,18 @@ TEST_F(EncoderTest, ReadAsksForTheTickedTracksInOrder) {
       {"card_track1 = ABC\ncard_track3 = 789\nsilent &L2", {true, true, true}, L1 + L2, {"ABC", std::nullopt, std::nullopt}, 2},
   };
   // clang-format on
-  for (const auto& c : cases) {
+  for (const auto& c : reads) {
     SCOPED_TRACE(c.profile);
     Start(c.profile);
     if (HasFatalFailure()) return;
-    waits_.entries.clear();
+    waits_.entries.clear(), prompter_.prompts.clear();
     const CardEncoder::CardRead read = CardEncoder(Context()).ReadTracks(c.ticked);
     EXPECT_EQ(Sent(), c.sent);
     EXPECT_EQ(read.tracks, c.tracks);
     EXPECT_EQ(read.unanswered, c.unanswered);
     EXPECT_TRUE(prompter_.prompts.empty());
     // The card is fed during a one-second wait that keeps the window alive.
-    EXPECT_EQ(waits_.entries,
-              (std::vector<RecordingWaits::Entry>{{RecordingWaits::Entry::kEventLoop, std::chrono::seconds(1)}}));
+    EXPECT_EQ(waits_.entries, (std::vector<RecordingWaits::Entry>{{RecordingWaits::Entry::kEventLoop, 1s}}));
   }
   // The reply clean-up: the terminator goes, and so does the error form (NAK, two bytes, EOT); a NAK without EOT in
   // fourth place is an ordinary reply.
@@ -173,14 +172,9 @@ TEST_F(EncoderTest, ApplySendsEachChoiceAndThePrinterKeepsIt) {
       {{{1, -1, 0}, {-1, 0, 1}, false, false}, {"&CDEW 1 a2", "&CDER 1 q2", "&CDEW 3 c1", "&CDER 3 s1", "&D 2 210",
                                                 "&D 3 75", "&W 0"}, {{1, 1, 0}, {0, 0, 1}, true, false}},
   };
-  // clang-format on
   // One notice after the commands, closing by itself.
-  const Prompts notice{{"Orvex Printer Settings",
-                        "Applying printer settings please wait ....",
-                        {"OK", ""},
-                        Prompter::Level::kCaution,
-                        encoder_test::kIcon,
-                        5}};
+  const Prompts notice{{"Orvex Printer Settings", "Applying printer settings please wait ....", {"OK", ""},
+                        Prompter::Level::kCaution, encoder_test::kIcon, 5}};
   // clang-format on
   for (const auto& c : cases) {
     Start();

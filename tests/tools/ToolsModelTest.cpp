@@ -26,12 +26,8 @@ using Strings = std::vector<std::string>;
 // A question or alert (with buttons), or a notice that closes itself after `seconds`.
 Prompter::Prompt Ask(const std::string& message, Strings buttons = {"Yes", "No"}, int seconds = 0,
                      const std::string& icon = encoder_test::kIcon) {
-  return {"Orvex Printer Settings",
-          message,
-          buttons,
-          buttons.empty() ? Prompter::Level::kNote : Prompter::Level::kCaution,
-          icon,
-          seconds};
+  const auto level = buttons.empty() ? Prompter::Level::kNote : Prompter::Level::kCaution;
+  return {"Orvex Printer Settings", message, buttons, level, icon, seconds};
 }
 
 // A firmware image of our own (or any file): a pattern with the markers at
@@ -53,8 +49,8 @@ class ToolsModelTest : public encoder_test::EncoderTest {
     prompter_.prompts.clear(), waits_.entries.clear(), wire_->writes.clear(), progress_.clear(), status_.clear();
     return [this](long long sent, long long total) { progress_.emplace_back(sent, total); };
   }
-  ToolsContext Tools(bool withSession = true) {
-    return {withSession ? session_.get() : nullptr, prompter_, encoder_test::kIcon};
+  ToolsContext Tools(bool session = true) {
+    return {session ? session_.get() : nullptr, prompter_, encoder_test::kIcon};
   }
   // A file of `bytes` in the test's folder; size -1: a path with no file.
   std::string File(const std::string& bytes, int size = 0) {
@@ -64,10 +60,9 @@ class ToolsModelTest : public encoder_test::EncoderTest {
     return path;
   }
   bool Download(const std::string& path, bool withSession = true) {
-    auto progress = Track();
-    return FirmwareDownload(Tools(withSession))
-        .Download(
-            path, [this](const std::string& text) { status_.push_back(text); }, progress);
+    const auto progress = Track();
+    const auto status = [this](const std::string& text) { status_.push_back(text); };
+    return FirmwareDownload(Tools(withSession)).Download(path, status, progress);
   }
 
   const std::string folder_ = testing::TempDir() + "vkt-tools-" + std::to_string(getpid());
@@ -78,39 +73,35 @@ class ToolsModelTest : public encoder_test::EncoderTest {
 
 TEST_F(ToolsModelTest, ConsoleLinesAndTheReset) {
   const std::string longest(45, 'X');
+  const Prompts tooLong{Ask("The command is too long: a printer command can hold at most 45 characters.", {"Ok"})},
+      resetting{Ask("\nPlease wait while printer is resetting.", {}, 20, "")};
   // clang-format off
-  const struct { std::string line; bool session; Kind kind; int card; std::string status; bool sent; } cases[] = {
-      {"A 0", true, Kind::kTestCard, 0, "<ACK>", false},  // the tool's own shortcuts never reach the printer
-      {"A 2", false, Kind::kTestCard, 2, "<ACK>", false},
-      {"", true, Kind::kEmpty, -1, "", false},
-      {"a 1", true, Kind::kReplied, -1, "<NACK>", true},  // unknown: NAK, which the session empties
-      {"MO", true, Kind::kReplied, -1, "<ACK>", true},
-      {"+O", true, Kind::kReplied, -1, "12\r", true},  // as received, terminator and all
-      {"+EC", true, Kind::kReplied, -1, "\x06OK\r", true},  // longer than an ACK
-      {"ZZ", true, Kind::kNoReply, -1, "", true},
-      {longest, true, Kind::kReplied, -1, "<NACK>", true},
-      {longest + "Y", true, Kind::kTooLong, -1, "", false},
-      {"MO", false, Kind::kNoSession, -1, "", false},
+  const struct { std::string line; bool session; Kind kind; int card; std::string status, sent; Prompts prompts; } cases[] = {
+      {"A 0", true, Kind::kTestCard, 0, "<ACK>", "", {}},  // the tool's own shortcuts never reach the printer
+      {"A 2", false, Kind::kTestCard, 2, "<ACK>", "", {}},
+      {"", true, Kind::kEmpty, -1, "", "", {}},
+      {"a 1", true, Kind::kReplied, -1, "<NACK>", WithReplyRequest("a 1"), {}},  // unknown: NAK, which the session empties
+      {"MO", true, Kind::kReplied, -1, "<ACK>", WithReplyRequest("MO"), {}},
+      {"+O", true, Kind::kReplied, -1, "12\r", WithReplyRequest("+O"), {}},  // as received, terminator and all
+      {"+EC", true, Kind::kReplied, -1, "\x06OK\r", WithReplyRequest("+EC"), {}},  // longer than an ACK
+      {"ZZ", true, Kind::kNoReply, -1, "", WithReplyRequest("ZZ"), {}},
+      {longest, true, Kind::kReplied, -1, "<NACK>", WithReplyRequest(longest), {}},
+      {longest + "Y", true, Kind::kTooLong, -1, "", "", tooLong},
+      {"MO", false, Kind::kNoSession, -1, "", "", {}},
+      // A reset: no reply request, a notice, a pause, then the session connects again.
+      {"R", true, Kind::kReset, -1, "", "\x1bR\r", resetting},
   };
   // clang-format on
   Start("offset_front_x = 12\nreply +EC = \\x06OK\\r\nsilent ZZ\nfeeder_mode = 2");
-  const Prompts tooLong{Ask("The command is too long: a printer command can hold at most 45 characters.", {"Ok"})};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.line);
-    prompter_.prompts.clear();
+    Track();
     const Maintenance::ConsoleOutcome outcome = Maintenance(Tools(c.session)).ExecuteConsoleLine(c.line);
     EXPECT_EQ(std::make_tuple(outcome.kind, outcome.testCard, outcome.status),
               std::make_tuple(c.kind, c.card, c.status));
-    EXPECT_EQ(Sent(), c.sent ? WithReplyRequest(c.line) : "");
-    EXPECT_EQ(prompter_.prompts, c.kind == Kind::kTooLong ? tooLong : Prompts{});
+    EXPECT_EQ(Sent(), c.sent);
+    EXPECT_EQ(prompter_.prompts, c.prompts);
   }
-  // "R" resets the printer: a notice, a pause, then the session connects again.
-  Track();
-  const Maintenance::ConsoleOutcome reset = Maintenance(Tools()).ExecuteConsoleLine("R");
-  EXPECT_EQ(std::make_tuple(reset.kind, reset.testCard, reset.status),
-            std::make_tuple(Kind::kReset, -1, std::string()));
-  EXPECT_EQ(wire_->writes, Strings{"\x1bR\r"});  // no reply request
-  EXPECT_EQ(prompter_.prompts, Prompts{Ask("\nPlease wait while printer is resetting.", {}, 20, "")});
   EXPECT_EQ(waits_.entries, (std::vector<Wait>{{Wait::kSleep, 8s}, {Wait::kSleep, 300us}}));
   EXPECT_EQ(session_->GetFeederStatus(), 2);  // on the new connection
 }

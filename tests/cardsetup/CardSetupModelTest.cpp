@@ -91,14 +91,12 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
        "4:High Capacity Monochrome 1:Front K ,Back K 4:Halftone #1 apply", ""},
       {0, "Monochrome", "", "4:Standard Monochrome 1:Front K ,Back K 4:Diffusion #0 apply",
        "Ribbon changed to Monochrome Ribbon. Please choose the type of Monochrome ribbon installed in your printer;"},
-      // The same ribbon in another letter case.
-      {0, "KRO", "RibbonName 17", "19:KrO 500 Prints/off 1:Front KrO ,  Back KrO 4:Diffusion #0", ""},
       // A printer ribbon no driver text holds.
       {0, "WrKr 600 image", "RibbonName 15", ymcko + " apply", "Ribbon Changed to WrKr 600 image;"},
       {0, "KdO 500", "", "19:KdO 500 Prints/off 1:Front KdO , Back KdO 1:None #0 apply", "Ribbon Changed to KdO 500;"},
       {0, "KdO 700", "MonoConversion 2 RibbonName 16 RibbonCombination 9 AutoHalfPanel 1",
        "19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 half:on", ""},
-      // Series 31: stored Text on a KrO ribbon keeps the four conversions; with combination 14 it is Text of two.
+      // Series 31: the same ribbon in another letter case; stored Text on a KrO ribbon keeps the four conversions; with combination 14 it is Text of two.
       {1, "KRO", "MonoConversion 3 RibbonName 17", "19:KrO 500 Prints/off 1:Front KrO 4:Text #3", ""},
       {1, "YMCKO", "MonoConversion 3", "19:YMCKO 100 Prints/off 1:Front YMCKO 2:Text #1", ""},
       // Series 1: monochrome index 12 is the second name, 13 falls off the list.

@@ -36,7 +36,7 @@ void ExpectLists(bool twoSided, const Strings& rows) {
   }
 }
 
-TEST(RibbonCatalogLists, EveryFamilyOnTwoSidesAndOnOneAndTheHalfPanelBox) {
+TEST(RibbonCatalogLists, CombinationsHalfPanelBoxMonochromeConversionsAndRibbonNames) {
   ExpectLists(true, {"0 1 2 3 4:Front YMCO , Back K|Front YMCKO , Back YMCKO|Front YMC , Back KO",
                      "5 6:Front YMCKO , Back K|Front YMC , Back KO|Front YMCKO , Back YMCKO|Front YMCK , Back K",
                      "7 8:Front YMCKO , Back KO|Front YMCKO , Back K|Front YMCO , Back KO|Front YMCO , Back K|Front "
@@ -51,11 +51,29 @@ TEST(RibbonCatalogLists, EveryFamilyOnTwoSidesAndOnOneAndTheHalfPanelBox) {
     EXPECT_EQ(RibbonCatalog::CombinationsFor(ribbon, ribbon % 2).halfPanel,
               ribbon == 3 || ribbon == 4 || ribbon == 8 || ribbon == 9)
         << ribbon;
+  const Strings all = {"Diffusion", "Halftone", "Barcode", "Text"}, black = {"Barcode", "Text"}, none = {"None"};
+  // combination, two-sided: the items; only two-sided limits combination 1, and "None" is selected first.
+  const std::tuple<int, bool, Strings> lists[] = {{1, true, black},   {1, false, all}, {14, true, black},
+                                                  {14, false, black}, {9, true, none}, {12, false, none},
+                                                  {0, true, all}};
+  for (const auto& [combination, twoSided, items] : lists) {
+    const RibbonCatalog::MonoConversions list = RibbonCatalog::MonoConversionsFor(combination, twoSided);
+    EXPECT_EQ(list.items, items) << combination << twoSided;
+    EXPECT_EQ(list.selectFirst, items == none) << combination << twoSided;
+  }
+  // "Text" of the two-item list is 3; no driver line (KdO): 5, left as it is.
+  const std::tuple<int, int, int> values[] = {{1, 14, 3}, {0, 1, 2}, {3, 4, 3}, {0, 12, 5}, {0, 9, 5}, {-1, 0, -1}};
+  for (const auto& [index, combination, value] : values)
+    EXPECT_EQ(RibbonCatalog::MonoOptionForDriver(index, combination), value) << index << "/" << combination;
+  // The Series 1 list of two and the first two names show in the model's tables.
+  EXPECT_EQ(RibbonCatalog::MonochromeRibbonNames(1),
+            (Strings{"Standard Monochrome", "High Capacity Monochrome", "Standard White Monochrome",
+                     "High Capacity White Monochrome"}));
 }
 
-// The stored combination shows as its own item of the ribbon's two-sided list.
-TEST(RibbonCatalogStoredCombination, PointsAtTheStoredItemOfTheTwoSidedList) {
-  const RibbonCatalog catalog = FromFixture();
+TEST(RibbonCatalogMatches, StoredCombinationsAndTheDriverTextsCombinationsIgnoreSpacesPrinterNamesIgnoreCase) {
+  RibbonCatalog catalog = FromFixture();
+  // The stored combination shows as its own item of the ribbon's two-sided list.
   for (int ribbon = -1; ribbon <= 20; ++ribbon) {
     const Strings items = RibbonCatalog::CombinationsFor(ribbon, true).items;
     for (int combination = -1; combination <= 17; ++combination) {
@@ -67,10 +85,6 @@ TEST(RibbonCatalogStoredCombination, PointsAtTheStoredItemOfTheTwoSidedList) {
           << ribbon << "/" << combination;
     }
   }
-}
-
-TEST(RibbonCatalogMatches, CombinationsIgnoreSpacesRibbonListTextsMatchExactlyPrinterNamesIgnoreCase) {
-  RibbonCatalog catalog = FromFixture();
   // Spaces only: case and punctuation still count.
   const std::pair<std::optional<std::string>, int> combinations[] = {
       {"Front YMCO , Back K", 0}, {"Front KrO ,  Back KrO", 8}, {"Front K ,Back K", 10},    {"Front K , Back K", 10},
@@ -97,27 +111,6 @@ TEST(RibbonCatalogMatches, CombinationsIgnoreSpacesRibbonListTextsMatchExactlyPr
   catalog.Fill(std::nullopt, std::nullopt);  // a PPD without the options
   EXPECT_TRUE(catalog.ArrayAvailableRibbons.empty());
   EXPECT_EQ(catalog.ComboIndexToPPDRibbonCombiIndex("Front YMCKO"), -1);
-}
-
-TEST(RibbonCatalogOptions, MonochromeConversionsValuesAndRibbonNames) {
-  const Strings all = {"Diffusion", "Halftone", "Barcode", "Text"}, black = {"Barcode", "Text"}, none = {"None"};
-  // combination, two-sided: the items; only two-sided limits combination 1, and "None" is selected first.
-  const std::tuple<int, bool, Strings> lists[] = {{1, true, black},   {1, false, all}, {14, true, black},
-                                                  {14, false, black}, {9, true, none}, {12, false, none},
-                                                  {0, true, all}};
-  for (const auto& [combination, twoSided, items] : lists) {
-    const RibbonCatalog::MonoConversions list = RibbonCatalog::MonoConversionsFor(combination, twoSided);
-    EXPECT_EQ(list.items, items) << combination << twoSided;
-    EXPECT_EQ(list.selectFirst, items == none) << combination << twoSided;
-  }
-  // "Text" of the two-item list is 3; no driver line (KdO): 5, left as it is.
-  const std::tuple<int, int, int> values[] = {{1, 14, 3}, {0, 1, 2}, {3, 4, 3}, {0, 12, 5}, {0, 9, 5}, {-1, 0, -1}};
-  for (const auto& [index, combination, value] : values)
-    EXPECT_EQ(RibbonCatalog::MonoOptionForDriver(index, combination), value) << index << "/" << combination;
-  // The Series 1 list of two and the first two names show in the model's tables.
-  EXPECT_EQ(RibbonCatalog::MonochromeRibbonNames(1),
-            (Strings{"Standard Monochrome", "High Capacity Monochrome", "Standard White Monochrome",
-                     "High Capacity White Monochrome"}));
 }
 
 }  // namespace

@@ -96,7 +96,8 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
       {0, "KdO 500", "", "19:KdO 500 Prints/off 1:Front KdO , Back KdO 1:None #0 apply", "Ribbon Changed to KdO 500;"},
       {0, "KdO 700", "MonoConversion 2 RibbonName 16 RibbonCombination 9 AutoHalfPanel 1",
        "19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 half:on", ""},
-      // Series 31: the same ribbon in another letter case; stored Text on a KrO ribbon keeps the four conversions; with combination 14 it is Text of two.
+      // Series 31: the same ribbon in another letter case; stored Text on a KrO ribbon keeps the four conversions;
+      // with combination 14 it is Text of two.
       {1, "KRO", "MonoConversion 3 RibbonName 17", "19:KrO 500 Prints/off 1:Front KrO 4:Text #3", ""},
       {1, "YMCKO", "MonoConversion 3", "19:YMCKO 100 Prints/off 1:Front YMCKO 2:Text #1", ""},
       // Series 1: monochrome index 12 is the second name, 13 falls off the list.
@@ -121,17 +122,17 @@ TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbo
 }
 
 // Each step selects an item by its text, as the user would.
-TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
+TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbonAndRestoreDefaults) {
   Load(0, "YMCKO");
   ASSERT_FALSE(HasFatalFailure());
   CardSetupModel& m = *model_;
-  const std::string yes = "2:Yes 19:YMCKO 100 Prints/off ";
+  const std::string yes = "2:Yes 19:YMCKO 100 Prints/off ", encoding = " apply 2:Encode Only 4:Both";
   // clang-format off
   const struct { ListControl* list; const char* choice; std::string state; } steps[] = {
       {&m.PrintingMode, "Encode Only", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:None"},
-      {&m.Rotate, "Both", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:Both"},
-      {&m.RibbonCombinatioin, "Front YMCKO , Back YMCKO", yes + "3:Front YMCKO , Back YMCKO 2:Barcode #0 apply 2:Encode Only 4:Both"},
-      {&m.TypeOfRibbon, "KdO 700 Prints", "2:Yes 19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 apply 2:Encode Only 4:Both"},
+      {&m.Rotate, "Both", yes + "3:Front YMCO , Back K 4:Diffusion #0" + encoding},
+      {&m.RibbonCombinatioin, "Front YMCKO , Back YMCKO", yes + "3:Front YMCKO , Back YMCKO 2:Barcode #0" + encoding},
+      {&m.TypeOfRibbon, "KdO 700 Prints", "2:Yes 19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0" + encoding},
       // One side: a third printing mode, two rotations, the one-sided combination.
       {&m.PrintOnBothside, "No", "2:No 19:KdO 700 Prints/off 1:Front KdO 1:None #0 apply 3:Print 2:None"},
       // A white monochrome ribbon preselects Text; the half-panel box follows the ribbon.
@@ -146,9 +147,8 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
     step.list->SelectItemAtIndex(static_cast<int>(std::find(items.begin(), items.end(), step.choice) - items.begin()));
     EXPECT_EQ(State(), step.state) << step.choice;
   }
-}
 
-TEST_F(CardSetupModelTest, RestoreDefaultsPerModelClass) {
+  // Restore Defaults, per model class.
   // The ribbon list is on for a monochrome ribbon only: then its first ribbon comes back.
   const std::tuple<long, const char*, std::string> cases[] = {
       {1, "YMCKO", "2:No/off 19:YMCKO 100 Prints/off 1:Front YMCKO 2:Barcode #0 apply 3:Print 2:None"},

@@ -15,14 +15,6 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-RibbonCatalog FromFixture() {
-  PPDHelper helper;
-  helper.InitPPD(ppd_test::FixturePath("VKTS32.ppd"));
-  RibbonCatalog catalog;
-  catalog.Fill(helper.GetAllSupportedRibbonTypes(), helper.GetAllRibbonCombination());
-  return catalog;
-}
-
 // Each row: the ribbons, a colon, the combination list they offer joined by "|".
 void ExpectLists(bool twoSided, const Strings& rows) {
   for (const std::string& row : rows) {
@@ -72,7 +64,10 @@ TEST(RibbonCatalogLists, CombinationsHalfPanelBoxMonochromeConversionsAndRibbonN
 }
 
 TEST(RibbonCatalogMatches, StoredCombinationsAndTheDriverTextsCombinationsIgnoreSpacesPrinterNamesIgnoreCase) {
-  RibbonCatalog catalog = FromFixture();
+  PPDHelper helper;  // the choice texts of our own PPD
+  helper.InitPPD(ppd_test::FixturePath("VKTS32.ppd"));
+  RibbonCatalog catalog;
+  catalog.Fill(helper.GetAllSupportedRibbonTypes(), helper.GetAllRibbonCombination());
   // The stored combination shows as its own item of the ribbon's two-sided list.
   for (int ribbon = -1; ribbon <= 20; ++ribbon) {
     const Strings items = RibbonCatalog::CombinationsFor(ribbon, true).items;

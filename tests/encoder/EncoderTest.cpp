@@ -76,8 +76,8 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWriteAndReadAsksForTheTickedOn
                          noData2{"", "No data in Track 2 !", {"OK"}, Prompter::Level::kNote, ""};
   // clang-format on
   // clang-format off
-  const struct { const char* what; std::array<CardEncoder::Track, 3> tracks; int answer; Encoded outcome; Prompts prompts;
-                 std::string sent; } cases[] = {
+  const struct { const char* what; std::array<CardEncoder::Track, 3> tracks; int answer; Encoded outcome;
+                 Prompts prompts; std::string sent; } cases[] = {
       {"nothing ticked: a blank card", {}, 0, Encoded::kSent, {question}, "\x1b&B 1 \r\x1b&B 2 \r\x1b&B 3 \r\x1b&E*\r"},
       {"no ASCII form", {{{true, u"A\u0141B"}, {true, u"1\x1b\r2\u00E9"}, {}}}, 0, Encoded::kSent, {question},
        "\x1b&B 1 A?B\r\x1b&B 2 1??2?\r\x1b&B 3 \r\x1b&E*\r"},
@@ -86,7 +86,6 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWriteAndReadAsksForTheTickedOn
   };
   // clang-format on
   Start();
-  ASSERT_FALSE(HasFatalFailure());
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     prompter_.prompts.clear();

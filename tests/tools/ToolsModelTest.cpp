@@ -76,11 +76,13 @@ TEST_F(ToolsModelTest, ConsoleLinesTheResetEjectAndCleaning) {
   const Prompts tooLong{Ask("The command is too long: a printer command can hold at most 45 characters.", {"Ok"})},
       resetting{Ask("\nPlease wait while printer is resetting.", {}, 20, "")};
   // clang-format off
-  const struct { std::string line; bool session; Kind kind; int card; std::string status, sent; Prompts prompts; } cases[] = {
+  const struct { std::string line; bool session; Kind kind; int card; std::string status, sent; Prompts prompts; }
+  cases[] = {
       {"A 0", true, Kind::kTestCard, 0, "<ACK>", "", {}},  // the tool's own shortcuts never reach the printer
       {"A 2", false, Kind::kTestCard, 2, "<ACK>", "", {}},
       {"", true, Kind::kEmpty, -1, "", "", {}},
-      {"a 1", true, Kind::kReplied, -1, "<NACK>", WithReplyRequest("a 1"), {}},  // unknown: NAK, which the session empties
+      // Unknown: NAK, which the session empties.
+      {"a 1", true, Kind::kReplied, -1, "<NACK>", WithReplyRequest("a 1"), {}},
       {"MO", true, Kind::kReplied, -1, "<ACK>", WithReplyRequest("MO"), {}},
       {"+O", true, Kind::kReplied, -1, "12\r", WithReplyRequest("+O"), {}},  // as received, terminator and all
       {"+EC", true, Kind::kReplied, -1, "\x06OK\r", WithReplyRequest("+EC"), {}},  // longer than an ACK
@@ -213,9 +215,9 @@ TEST_F(ToolsModelTest, FirmwareFilesTheirKindAndTheDownloadOfFirmwareAndPrnFiles
 
 TEST_F(ToolsModelTest, OffsetsAndTheFeederMode) {
   Start("offset_front_x = 5\noffset_front_y = -3\noffset_back_x = 12\nreply +OYB = \\x20 7 \\x06\\r\nfeeder_mode = 1");
-  auto set = [](const std::string& text) {  // zero-padded to 50 bytes, then the reply request
-    return ("\033" + text + "\r").append(48 - text.size(), '\0') + "\033E 2\r";
-  };
+  // A set command: zero-padded to 50 bytes, then the reply request.
+  const auto set = [](const std::string& t) { return ("\033" + t + "\r").append(48 - t.size(), '\0') + "\033E 2\r"; };
+
   EXPECT_EQ(DeviceSettings(Tools()).ReadOffsets(),
             (std::array<std::string, 4>{"5", "-3", "12", "7"}));  // the numbers alone
   EXPECT_EQ(Sent(),

@@ -54,6 +54,7 @@ TEST(TrackValidator, EachFieldKeepsWhatItsRuleAllows) {
       {"no format before track 1: no rule", Field::kTrack1, {-1, 1, 2}, u"1", u"", {invalid}},
       {"offset 31", Field::kFrontX, own, u"31", u"31", {}},
       {"offset 32", Field::kFrontX, own, u"32", u"", {offsetTooLarge}},
+      {"offset 40", Field::kFrontY, own, u"40", u"", {offsetTooLarge}},
       {"offset 123: too long only", Field::kBackY, own, u"123", u"", {offsetTooLong}},
       {"offset cut silently", Field::kBackX, own, u"5a", u"5", {}},
   };
@@ -112,13 +113,12 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWriteAndReadAsksForTheTickedOn
   };
   // clang-format on
   for (const auto& c : reads) {
-    SCOPED_TRACE(c.profile);
     Start(c.profile);
     if (HasFatalFailure()) return;
     waits_.entries.clear(), prompter_.prompts.clear();
     const CardEncoder::CardRead read = CardEncoder(Context()).ReadTracks(c.ticked);
-    EXPECT_EQ(Sent(), c.sent);
-    EXPECT_EQ(read.tracks, c.tracks);
+    EXPECT_EQ(Sent(), c.sent) << c.profile;
+    EXPECT_EQ(read.tracks, c.tracks) << c.profile;
     EXPECT_EQ(read.unanswered, c.unanswered);
     EXPECT_TRUE(prompter_.prompts.empty());
     // The card is fed during a one-second wait that keeps the window alive.
@@ -170,6 +170,7 @@ TEST_F(EncoderTest, ApplySendsEachChoiceAndThePrinterKeepsIt) {
       // choice.
       {{{1, -1, 0}, {-1, 0, 1}, false, false}, {"&CDEW 1 a2", "&CDER 1 q2", "&CDEW 3 c1", "&CDER 3 s1", "&D 2 210",
                                                 "&D 3 75", "&W 0"}, {{1, 1, 0}, {0, 0, 1}, true, false}},
+      {kNone, {"&W 0"}, kFactory},  // nothing selected at all: the write command alone
   };
   // One notice after the commands, closing by itself.
   const Prompts notice{{"Orvex Printer Settings", "Applying printer settings please wait ....", {"OK", ""},

@@ -125,12 +125,11 @@ TEST_F(ToolsModelTest, ConsoleLinesTheResetEjectAndCleaning) {
   };
   // clang-format on
   for (const auto& c : commands) {
-    SCOPED_TRACE(&c - commands);
     Track();
     prompter_.answers = {c.answer};
     Maintenance maintenance(Tools(c.session));
     EXPECT_EQ(c.kind == kEject ? (maintenance.EjectCard(), true) : maintenance.Clean(c.kind), c.result);
-    EXPECT_EQ(Sent(), c.sent);
+    EXPECT_EQ(Sent(), c.sent) << (&c - commands);
     EXPECT_EQ(prompter_.prompts, c.prompts);
   }
 }

@@ -1,7 +1,9 @@
 // The card-setup model over PPDs of our own, without a window: what loading
 // the stored defaults shows for each way the printer's ribbon can differ from
-// the driver's, the rules between the lists, Restore Defaults, and an Apply
-// the PPD service does not take.
+// the driver's, the rules between the lists, Restore Defaults, and what Apply
+// writes (nothing after a load without a change, nothing when the PPD service
+// does not take it). VKTS32 is the first model read: the driver's value tables
+// keep it for the whole process.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,255 +17,191 @@
 
 namespace {
 
-std::string OnOff(bool on) { return on ? "on" : "off"; }
-
-// A list as "[items]=selected text/enabled"; ribbon lists show their size.
-std::string Describe(const ListControl& list, bool withItems = true) {
-  std::string items;
-  for (const std::string& item : list.Items()) items += (items.empty() ? "" : "|") + item;
-  if (!withItems) items = std::to_string(list.NumberOfItems()) + " items";
-  return "[" + items + "]=" + list.ObjectValueOfSelectedItem().value_or("-") + "/" + OnOff(list.IsEnabled());
+// A list as "size:selected text", "/off" when disabled.
+std::string Describe(const ListControl& list) {
+  return std::to_string(list.NumberOfItems()) + ":" + list.ObjectValueOfSelectedItem().value_or("-") +
+         (list.IsEnabled() ? "" : "/off");
 }
 
 class CardSetupModelTest : public ::testing::Test {
  protected:
-  // Loads `ppd` for a printer of `type` (0 two-sided, 1 Series 31, 2 Series 1)
-  // that reports `ribbon`, with stored defaults "Option choice ..." replaced.
-  void Load(const std::string& ppd, long type, const std::optional<std::string>& ribbon,
-            const std::string& edits = "") {
-    std::string text = ppd_test::ReadFile(std::string(VKT_FIXTURE_PPD_DIR) + "/" + ppd), key, value;
+  // Loads the PPD of a printer of `type` (0 two-sided VKTS32, 1 VKTS31, 2 VKTS1)
+  // that reports `ribbon`, with stored defaults "Option index ..." replaced.
+  void Load(long type, const std::optional<std::string>& ribbon, const std::string& edits = "") {
+    const std::string model = type == 0 ? "VKTS32" : type == 1 ? "VKTS31" : "VKTS1";
+    std::string text = ppd_test::ReadFile(ppd_test::FixturePath(model + ".ppd")), key, value;
     for (std::istringstream in(edits); in >> key >> value;) {
-      const size_t at = text.find("*Default" + ppd.substr(0, ppd.find('.')) + key + ": ");
-      ASSERT_NE(at, std::string::npos) << key;
-      text.replace(at, text.find('\n', at) - at, text.substr(at, text.find(": ", at) + 2 - at) + value);
+      const std::string option = "*" + model + key, stored = "\n*Default" + model + key + ": ";
+      // The choice line of that index: "1..." comes before "10...".
+      const size_t choice = text.find("\n" + option + " " + value) + option.size() + 2, at = text.find(stored);
+      ASSERT_TRUE(at != std::string::npos && choice > option.size() + 1) << key << " " << value;
+      text.replace(at, text.find('\n', at + 1) - at, stored + text.substr(choice, text.find('/', choice) - choice));
     }
-    ppd_test::WriteFile(dir_.path() / "Card.ppd", text);
+    ppd_test::WriteFile(path_, text);
     helper_ = std::make_unique<PPDHelper>();
-    helper_->InitPPD((dir_.path() / "Card.ppd").string());
+    helper_->InitPPD(path_);
     ASSERT_TRUE(helper_->IsLoaded());
     prompter_.prompts.clear();
     model_ = std::make_unique<CardSetupModel>();
-    CardSetupContext context;
-    context.driverSettings = helper_.get();
-    context.prompter = &prompter_;
-    context.icon = "/icon.png";
-    context.printerType = type;
-    context.reportedRibbon = ribbon;
-    context.applyExtras = [this] { return CardSetupApplyExtras{{}, serialLabel_}; };
-    model_->SetContext(context);
+    model_->SetContext({helper_.get(), nullptr, &prompter_, "/icon.png", type, ribbon, [this] {
+                          return CardSetupApplyExtras{{}, serialLabel_};
+                        }});
     model_->PrintOnBothside.SetEnabled(type == 0);
     model_->StartUp(true);
   }
 
+  // Both sides, ribbon, combination and monochrome lists, the stored monochrome choice, the half-panel box ("half:on"
+  // when checked, "half:off" when only enabled), "apply" when Apply is enabled, printing mode and rotation.
   std::string State() const {
     const CardSetupModel& m = *model_;
-    return "both " + Describe(m.PrintOnBothside) + " ribbon " + Describe(m.TypeOfRibbon, false) + " comb " +
-           Describe(m.RibbonCombinatioin) + " mono " + Describe(m.MonoChromeConv) + " #" +
-           std::to_string(m.g_nMonoOption) + " half " + OnOff(m.chBoxAutoDetect.IsEnabled()) + "/" +
-           OnOff(m.chBoxAutoDetect.IsChecked()) + " apply " + OnOff(m.ApplySettingsBtn.IsEnabled());
-  }
-
-  std::string Alerts() const {
-    std::string text;
-    for (const auto& prompt : prompter_.prompts) {
-      EXPECT_EQ(prompt.header, "Orvex VKTS3S1 Printer Properties");
-      EXPECT_EQ(prompt.icon, "/icon.png");
-      text += prompt.message + ";";
-    }
-    return text;
+    const bool on = m.chBoxAutoDetect.IsEnabled(), checked = m.chBoxAutoDetect.IsChecked();
+    const std::string half = std::string(checked ? " half:on" : on ? " half:off" : "") + (checked && !on ? "/off" : "");
+    return Describe(m.PrintOnBothside) + " " + Describe(m.TypeOfRibbon) + " " + Describe(m.RibbonCombinatioin) + " " +
+           Describe(m.MonoChromeConv) + " #" + std::to_string(m.g_nMonoOption) + half +
+           (m.ApplySettingsBtn.IsEnabled() ? " apply " : " ") + Describe(m.PrintingMode) + " " + Describe(m.Rotate);
   }
 
   ppd_test::ScratchDir dir_;
+  const std::string path_ = (dir_.path() / "Card.ppd").string();
   ScriptedPrompter prompter_;
   std::string serialLabel_;
   std::unique_ptr<PPDHelper> helper_;
   std::unique_ptr<CardSetupModel> model_;
 };
 
+// Apply right after a load that changed nothing sends no request, even where a list can only show the stored
+// choice approximately.
 TEST_F(CardSetupModelTest, LoadingShowsTheStoredDefaultsAndChecksThePrinterRibbon) {
-  const std::string colour =
-      "[Front YMCO , Back K|Front YMCKO , Back YMCKO|Front YMC , Back KO]=Front YMCO , Back K/on";
-  const std::string monos = " mono [Diffusion|Halftone|Barcode|Text]=";
-  const std::string none = "ribbon [1 items]=Unknown/off comb [None]=None/off" + monos + "-/on #0";
+  ppd_test::ScopedEnv nobodyListens("VKT_PPD_SERVICE_PORT", "1");  // any request would fail the save
+  serialLabel_ = "VKT3200001\r";
+  const std::string ymcko = "19:YMCKO 100 Prints/off 3:Front YMCO , Back K 4:Diffusion #0";
+  const std::string none = "1:Unknown/off 1:None/off 4:- #0";
   const std::string noRibbon = "There is no ribbon or unable to communicate to printer;";
-  const struct {
-    const char* ppd;
-    long type;
-    std::optional<std::string> ribbon;
-    std::string edits, state, alerts;
-  } cases[] = {
-      {"VKTS32.ppd", 0, "YMCKO", "",
-       "ribbon [19 items]=YMCKO 100 Prints/off comb " + colour + monos + "Diffusion/on #0 half off/off apply off", ""},
-      {"VKTS32.ppd", 0, "No Ribbon", "", none + " half off/off apply off", noRibbon},
-      {"VKTS32.ppd", 0, "N/A", "", none + " half off/off apply off", noRibbon},  // a code beyond the table
-      {"VKTS32.ppd", 0, std::nullopt, "",
-       "ribbon [19 items]=YMCKO 100 Prints/off comb " + colour + monos + "Diffusion/on #0 half off/off apply on",
-       "Ribbon Changed to (null);"},
-      {"VKTS32.ppd", 0, "Monochrome",
-       "RibbonName 12Monochrome2000 MonoConversion 1HalfTone RibbonCombination 10FrontKBackK",
-       "ribbon [4 items]=High Capacity Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on" + monos +
-           "Halftone/on #1 half off/off apply on",
-       ""},
-      {"VKTS32.ppd", 0, "Monochrome", "",
-       "ribbon [4 items]=Standard Monochrome/on comb [Front K ,Back K]=Front K ,Back K/on" + monos +
-           "Diffusion/on #0 half off/off apply on",
+  // clang-format off
+  const struct { long type; std::optional<std::string> ribbon; std::string edits, state, alerts; } cases[] = {
+      {0, "YMCKO", "", ymcko, ""},
+      // Diffusion stored for a combination offering Barcode and Text; a stored pair the list has no place for.
+      {0, "YMCKO", "RibbonCombination 1", "19:YMCKO 100 Prints/off 3:Front YMCKO , Back YMCKO 2:Barcode #0", ""},
+      {0, "YMCKOK 310", "RibbonName 9 RibbonCombination 10",
+       "19:One-Third Panel YMCKOK 310 Prints/off 6:Front YMCKO , Back K 4:Diffusion #0 half:off", ""},
+      {0, "No Ribbon", "", none, noRibbon},
+      {0, "N/A", "", none, noRibbon},  // a code beyond the table
+      {0, std::nullopt, "", ymcko + " apply", "Ribbon Changed to (null);"},
+      {0, "Monochrome", "RibbonName 12 MonoConversion 1 RibbonCombination 10",
+       "4:High Capacity Monochrome 1:Front K ,Back K 4:Halftone #1 apply", ""},
+      {0, "Monochrome", "", "4:Standard Monochrome 1:Front K ,Back K 4:Diffusion #0 apply",
        "Ribbon changed to Monochrome Ribbon. Please choose the type of Monochrome ribbon installed in your printer;"},
-      // The same ribbon in another letter case.
-      {"VKTS32.ppd", 0, "KRO", "RibbonName 17KrO500",
-       "ribbon [19 items]=KrO 500 Prints/off comb [Front KrO ,  Back KrO]=Front KrO ,  Back KrO/on" + monos +
-           "Diffusion/on #0 half off/off apply off",
-       ""},
       // A printer ribbon no driver text holds.
-      {"VKTS32.ppd", 0, "WrKr 600 image", "RibbonName 15KDO500",
-       "ribbon [19 items]=YMCKO 100 Prints/off comb " + colour + monos + "Diffusion/on #0 half off/off apply on",
-       "Ribbon Changed to WrKr 600 image;"},
-      {"VKTS32.ppd", 0, "KdO 500", "",
-       "ribbon [19 items]=KdO 500 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back KdO/on mono [None]=None/on "
-       "#0 half off/off apply on",
-       "Ribbon Changed to KdO 500;"},
-      {"VKTS32.ppd", 0, "KdO 700",
-       "MonoConversion 2Barcode RibbonName 16KDO700 RibbonCombination 9FrontKdOBackKdO AutoHalfPanel 1true",
-       "ribbon [19 items]=KdO 700 Prints/off comb [Front KdO , Back KdO]=Front KdO , Back KdO/on mono [None]=None/on "
-       "#0 half on/on apply off",
-       ""},
-      // Series 31: stored Text on a KrO ribbon keeps the four conversions; with combination 14 it is Text of two.
-      {"VKTS31.ppd", 1, "KRO", "MonoConversion 3Text RibbonName 17KrO500",
-       "ribbon [19 items]=KrO 500 Prints/off comb [Front KrO]=Front KrO/on" + monos +
-           "Text/on #3 half off/off apply off",
-       ""},
-      {"VKTS31.ppd", 1, "YMCKO", "MonoConversion 3Text",
-       "ribbon [19 items]=YMCKO 100 Prints/off comb [Front YMCKO]=Front YMCKO/on mono [Barcode|Text]=Text/on #1 half "
-       "off/off apply off",
-       ""},
+      {0, "WrKr 600 image", "RibbonName 15", ymcko + " apply", "Ribbon Changed to WrKr 600 image;"},
+      {0, "KdO 500", "", "19:KdO 500 Prints/off 1:Front KdO , Back KdO 1:None #0 apply", "Ribbon Changed to KdO 500;"},
+      {0, "KdO 700", "MonoConversion 2 RibbonName 16 RibbonCombination 9 AutoHalfPanel 1",
+       "19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0 half:on", ""},
+      // Series 31: the same ribbon in another letter case; stored Text on a KrO ribbon keeps the four conversions;
+      // with combination 14 it is Text of two.
+      {1, "KRO", "MonoConversion 3 RibbonName 17", "19:KrO 500 Prints/off 1:Front KrO 4:Text #3", ""},
+      {1, "YMCKO", "MonoConversion 3", "19:YMCKO 100 Prints/off 1:Front YMCKO 2:Text #1", ""},
       // Series 1: monochrome index 12 is the second name, 13 falls off the list.
-      {"VKTS1.ppd", 2, "Monochrome", "RibbonName 12Monochrome2000",
-       "ribbon [2 items]=Standard White Monochrome/on comb [Front K]=Front K/on" + monos +
-           "Diffusion/on #0 half off/off apply on",
-       ""},
-      {"VKTS1.ppd", 2, "Monochrome", "RibbonName 13WhiteMono",
-       "ribbon [2 items]=-/on comb [Front K]=Front K/on" + monos + "Diffusion/on #0 half off/off apply on", ""},
+      {2, "Monochrome", "RibbonName 12", "2:Standard White Monochrome 1:Front K 4:Diffusion #0 apply", ""},
+      {2, "Monochrome", "RibbonName 13", "2:- 1:Front K 4:Diffusion #0 apply", ""},
   };
+  // clang-format on
   for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.ppd) + " " + c.ribbon.value_or("-") + " " + c.edits);
-    Load(c.ppd, c.type, c.ribbon, c.edits);
+    SCOPED_TRACE(std::to_string(c.type) + " " + c.ribbon.value_or("-") + " " + c.edits);
+    Load(c.type, c.ribbon, c.edits);
     if (HasFatalFailure()) return;
-    EXPECT_EQ(State(), (c.type ? "both [No|Yes]=No/off " : "both [No|Yes]=Yes/on ") + c.state);
-    EXPECT_EQ(Alerts(), c.alerts);
+    EXPECT_EQ(State(), (c.type ? "2:No/off " : "2:Yes ") + c.state + (c.type ? " 3:Print 2:None" : " 2:Print 4:None"));
+    std::string alerts;
+    for (const auto& prompt : prompter_.prompts) {
+      EXPECT_EQ(prompt.header + prompt.icon, "Orvex VKTS3S1 Printer Properties/icon.png");
+      alerts += prompt.message + ";";
+    }
+    EXPECT_EQ(alerts, c.alerts);
+    const bool unchanged = c.type == 0 && c.alerts.empty() && c.state.find("apply") == std::string::npos;
+    EXPECT_TRUE(!unchanged || model_->SaveSettings() == 0);
   }
 }
 
-// Each step selects an item by its text and shows the lists it changes.
-TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbon) {
-  Load("VKTS32.ppd", 0, "YMCKO");
+// Each step selects an item by its text, as the user would.
+TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbonAndRestoreDefaults) {
+  Load(0, "YMCKO");
   ASSERT_FALSE(HasFatalFailure());
   CardSetupModel& m = *model_;
-  const auto select = [](ListControl& list, const std::string& text) {
-    const auto& items = list.Items();
-    const auto at = std::find(items.begin(), items.end(), text);
-    ASSERT_NE(at, items.end()) << text;
-    list.SelectItemAtIndex(static_cast<int>(at - items.begin()));
-  };
-  struct Step {
-    ListControl* list;
-    const char* choice;
-    std::string shown;  // the lists the step changes, after it
-  } steps[] = {
-      {&m.PrintingMode, "Encode Only", "mode [Print|Encode Only]=Encode Only/on rotate [None|Front|Back|Both]=None/on"},
-      {&m.Rotate, "Both", "mode [Print|Encode Only]=Encode Only/on rotate [None|Front|Back|Both]=Both/on"},
-      // One side: a third printing mode, two rotations, the one-sided colour combination.
-      {&m.PrintOnBothside, "No",
-       "mode [Print|Encode Only|Print and Encode on same side]=Print/on rotate [None|Front]=None/on comb [Front "
-       "YMCKO]=Front YMCKO/on mono [Barcode|Text]=Barcode/on"},
-      {&m.PrintOnBothside, "Yes",
-       "mode [Print|Encode Only]=Print/on rotate [None|Front|Back|Both]=None/on comb [Front YMCO , Back K|Front YMCKO "
-       ", "
-       "Back YMCKO|Front YMC , Back KO]=Front YMCO , Back K/on mono [Diffusion|Halftone|Barcode|Text]=Diffusion/on"},
-      {&m.RibbonCombinatioin, "Front YMCKO , Back YMCKO", "mono [Barcode|Text]=Barcode/on"},
-      {&m.RibbonCombinatioin, "Front YMCO , Back K", "mono [Diffusion|Halftone|Barcode|Text]=Diffusion/on"},
-      {&m.TypeOfRibbon, "KdO 700 Prints", "comb [Front KdO , Back KdO]=Front KdO , Back KdO/on mono [None]=None/on"},
-      {&m.PrintOnBothside, "No", "comb [Front KdO]=Front KdO/on mono [None]=None/on"},
+  const std::string yes = "2:Yes 19:YMCKO 100 Prints/off ", encoding = " apply 2:Encode Only 4:Both";
+  // clang-format off
+  const struct { ListControl* list; const char* choice; std::string state; } steps[] = {
+      {&m.PrintingMode, "Encode Only", yes + "3:Front YMCO , Back K 4:Diffusion #0 apply 2:Encode Only 4:None"},
+      {&m.Rotate, "Both", yes + "3:Front YMCO , Back K 4:Diffusion #0" + encoding},
+      {&m.RibbonCombinatioin, "Front YMCKO , Back YMCKO", yes + "3:Front YMCKO , Back YMCKO 2:Barcode #0" + encoding},
+      {&m.TypeOfRibbon, "KdO 700 Prints", "2:Yes 19:KdO 700 Prints/off 1:Front KdO , Back KdO 1:None #0" + encoding},
+      // One side: a third printing mode, two rotations, the one-sided combination.
+      {&m.PrintOnBothside, "No", "2:No 19:KdO 700 Prints/off 1:Front KdO 1:None #0 apply 3:Print 2:None"},
       // A white monochrome ribbon preselects Text; the half-panel box follows the ribbon.
       {&m.TypeOfRibbon, "Standard White Monochrome",
-       "comb [Front K]=Front K/on mono [Diffusion|Halftone|Barcode|Text]=Text/on half off/off"},
-      {&m.TypeOfRibbon, "Half Panel YMCKOKO 250 Prints",
-       "comb [Front YMCKO]=Front YMCKO/on mono [Barcode|Text]=Barcode/on half on/on"},
+       "2:No 19:Standard White Monochrome/off 1:Front K 4:Text #0 apply 3:Print 2:None"},
+      {&m.TypeOfRibbon, "Half Panel YMCKO 250 Prints",
+       "2:No 19:Half Panel YMCKO 250 Prints/off 1:Front YMCKO 2:Barcode #0 half:on apply 3:Print 2:None"},
   };
-  for (const Step& step : steps) {
-    SCOPED_TRACE(step.choice);
-    select(*step.list, step.choice);
-    const std::string all = "mode " + Describe(m.PrintingMode) + " rotate " + Describe(m.Rotate) + " comb " +
-                            Describe(m.RibbonCombinatioin) + " mono " + Describe(m.MonoChromeConv) + " half " +
-                            OnOff(m.chBoxAutoDetect.IsEnabled()) + "/" + OnOff(m.chBoxAutoDetect.IsChecked());
-    // Every part the step names, as it stands in the whole description.
-    EXPECT_NE(all.find(step.shown), std::string::npos) << all;
-    EXPECT_TRUE(m.ApplySettingsBtn.IsEnabled());
+  // clang-format on
+  for (const auto& step : steps) {
+    const auto& items = step.list->Items();
+    step.list->SelectItemAtIndex(static_cast<int>(std::find(items.begin(), items.end(), step.choice) - items.begin()));
+    EXPECT_EQ(State(), step.state) << step.choice;
   }
-}
 
-TEST_F(CardSetupModelTest, RestoreDefaultsPerModelClass) {
+  // Restore Defaults, per model class.
   // The ribbon list is on for a monochrome ribbon only: then its first ribbon comes back.
-  const std::tuple<const char*, long, const char*, const char*> cases[] = {
-      {"VKTS32.ppd", 0, "YMCKO", "Yes YMCKO 100 Prints"},
-      {"VKTS31.ppd", 1, "YMCKO", "No YMCKO 100 Prints"},
-      {"VKTS1.ppd", 2, "YMCKO", "No YMCKO 100 Prints"},
-      {"VKTS32.ppd", 0, "Monochrome", "Yes Standard Monochrome"}};
-  for (const auto& [ppd, type, ribbon, shown] : cases) {
-    SCOPED_TRACE(std::string(ppd) + ribbon);
-    Load(ppd, type, ribbon);
-    if (HasFatalFailure()) return;
-    CardSetupModel& m = *model_;
-    m.Rotate.SelectItemAtIndex(1);
-    m.PrintingMode.SelectItemAtIndex(1);
-    if (m.TypeOfRibbon.IsEnabled()) m.TypeOfRibbon.SelectItemAtIndex(2);
-    m.ApplySettingsBtn.SetEnabled(false);
-    m.CardSetupRestoreDefaults();
-    const auto text = [](const ListControl& list) { return list.ObjectValueOfSelectedItem().value_or("-"); };
-    EXPECT_EQ(text(m.PrintOnBothside) + " " + text(m.TypeOfRibbon), shown);
-    EXPECT_EQ(text(m.PrintingMode) + text(m.Rotate) + std::to_string(m.MonoChromeConv.IndexOfSelectedItem()) +
-                  std::to_string(m.RibbonCombinatioin.IndexOfSelectedItem()),
-              "PrintNone00");
-    EXPECT_TRUE(m.ApplySettingsBtn.IsEnabled());
+  const std::tuple<long, const char*, std::string> cases[] = {
+      {1, "YMCKO", "2:No/off 19:YMCKO 100 Prints/off 1:Front YMCKO 2:Barcode #0 apply 3:Print 2:None"},
+      {0, "Monochrome", "2:Yes 4:Standard Monochrome 1:Front K ,Back K 4:Diffusion #0 apply 2:Print 4:None"}};
+  for (const auto& [type, ribbon, state] : cases) {
+    Load(type, ribbon);
+    ASSERT_FALSE(HasFatalFailure());
+    model_->Rotate.SelectItemAtIndex(1);
+    model_->PrintingMode.SelectItemAtIndex(1);
+    model_->MonoChromeConv.SelectItemAtIndex(1);
+    if (model_->TypeOfRibbon.IsEnabled()) model_->TypeOfRibbon.SelectItemAtIndex(2);
+    model_->ApplySettingsBtn.SetEnabled(false);
+    model_->CardSetupRestoreDefaults();
+    EXPECT_EQ(State(), state) << ribbon;
   }
 }
 
-TEST_F(CardSetupModelTest, ApplyTheServiceDoesNotTakeKeepsTheChoicesAndThePpd) {
-  // A port nobody listens on.
-  ppd_test::ScopedEnv port("VKT_PPD_SERVICE_PORT", "1");
-  Load("VKTS32.ppd", 0, "YMCKO");
-  ASSERT_FALSE(HasFatalFailure());
-  const std::string before = ppd_test::ReadFile(dir_.path() / "Card.ppd");
-  model_->Rotate.SelectItemAtIndex(3);
-  EXPECT_EQ(model_->SaveSettings(), -1);
-  ASSERT_EQ(prompter_.prompts.size(), 1u);
-  EXPECT_EQ(prompter_.prompts[0].header, "Save Printer Settings");
-  EXPECT_EQ(prompter_.prompts[0].message, "Authentication Error. Printer Settings are not saved");
-  EXPECT_EQ(prompter_.prompts[0].buttons, std::vector<std::string>{"Ok"});
-  EXPECT_EQ(prompter_.prompts[0].level, Prompter::Level::kStop);
-  EXPECT_TRUE(model_->ApplySettingsBtn.IsEnabled() && model_->bSettingSaved);
-  EXPECT_EQ(model_->Rotate.IndexOfSelectedItem(), 3);
-  EXPECT_EQ(ppd_test::ReadFile(dir_.path() / "Card.ppd"), before);
-}
-
-TEST_F(CardSetupModelTest, ASerialNumberReplyOutsideItsRuleKeepsTheStoredOneAndTheRestIsSaved) {
+TEST_F(CardSetupModelTest, ApplyWritesTheChangedLineAndASerialNumberWithinItsRule) {
   FakePpdService service;
   ppd_test::ScopedEnv port("VKT_PPD_SERVICE_PORT", std::to_string(service.port()));
   const std::pair<std::string, std::string> cases[] = {
-      {"S32-77\r", "*PrinterSerialNo: S32-77"},
-      {"S32/../x\r", "*PrinterSerialNo: VKT3200001"},  // the PPD service would refuse the whole save
-      {"S32 \"1\r", "*PrinterSerialNo: VKT3200001"},
+      {"S32-77\r", "S32-77"},
+      {"S32/../x\r", "VKT3200001"},  // the PPD service would refuse the whole save
+      {"S32 \"1\r", "VKT3200001"},
   };
-  for (const auto& [label, line] : cases) {
+  for (const auto& [label, serial] : cases) {
     SCOPED_TRACE(label);
     serialLabel_ = label;
-    Load("VKTS32.ppd", 0, "YMCKO");
+    // The stored Text of the two-item list of combination 1 stays 3Text.
+    Load(0, "YMCKO", "RibbonCombination 1 MonoConversion 3");
     ASSERT_FALSE(HasFatalFailure());
-    model_->Rotate.SelectItemAtIndex(3);
+    const std::string stored = ppd_test::ReadFile(path_);
+    model_->Rotate.SelectItemAtIndex(2);
     EXPECT_EQ(model_->SaveSettings(), 1);
     EXPECT_TRUE(prompter_.prompts.empty());
-    const std::string saved = ppd_test::ReadFile(dir_.path() / "Card.ppd");
-    EXPECT_NE(saved.find("\n" + line + "\n"), std::string::npos);
-    EXPECT_NE(saved.find("\n*DefaultVKTS32Rotation: 3Both\n"), std::string::npos);
+    EXPECT_EQ(ppd_test::ReadFile(path_),
+              ppd_test::ReplaceLine(
+                  ppd_test::ReplaceLine(stored, "*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 2Back"),
+                  "*PrinterSerialNo: VKT3200001", "*PrinterSerialNo: " + serial));
   }
+
+  // A port nobody listens on: the choices and the PPD stay, Apply stays on.
+  ppd_test::ScopedEnv nobodyListens("VKT_PPD_SERVICE_PORT", "1");
+  const std::string before = ppd_test::ReadFile(path_);
+  model_->Rotate.SelectItemAtIndex(3);
+  EXPECT_EQ(model_->SaveSettings(), -1);
+  // clang-format off
+  EXPECT_EQ(prompter_.prompts, (std::vector<Prompter::Prompt>{{"Save Printer Settings",
+      "Authentication Error. Printer Settings are not saved", {"Ok"}, Prompter::Level::kStop, "/icon.png"}}));
+  // clang-format on
+  EXPECT_TRUE(model_->ApplySettingsBtn.IsEnabled() && model_->bSettingSaved);
+  EXPECT_EQ(model_->Rotate.IndexOfSelectedItem(), 3);
+  EXPECT_EQ(ppd_test::ReadFile(path_), before);
 }
 
 }  // namespace

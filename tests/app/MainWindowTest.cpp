@@ -46,23 +46,6 @@ std::string Edited(std::string text, const std::vector<std::pair<std::string, st
   return text;
 }
 
-// Passes everything to the network transport and keeps each write.
-class RecordingTransport : public EthernetCommunication {
- public:
-  RecordingTransport(int port, std::string& sent)
-      : EthernetCommunication("vkt3socket://127.0.0.1:" + std::to_string(port) + "/", std::chrono::milliseconds(1500)),
-        sent_(sent) {}
-  int SendDataToPrinter(const char* data, int length) override {
-    return sent_.append(data, static_cast<size_t>(length)), EthernetCommunication::SendDataToPrinter(data, length);
-  }
-  bool SendStreamPart(const char* data, int length) override {
-    return sent_.append(data, static_cast<size_t>(length)), EthernetCommunication::SendStreamPart(data, length);
-  }
-
- private:
-  std::string& sent_;
-};
-
 // A transport that reaches nothing: the printer of an unplugged cable.
 class DeadTransport : public VKTS3Communication {
  public:
@@ -86,49 +69,9 @@ class ActingWaits : public RecordingWaits {
   std::function<void()> onLoop;
 };
 
-// A main window for the queue "Card": a PPD of our own in a private server
-// root, an emulated printer, a scripted prompter, recorded waits, a stand-in
-// for the PPD service, and every byte the session writes.
-class Window : public ::testing::Test {
+// The shared window with a stand-in for the PPD service.
+class Window : public app_test::WindowTest {
  protected:
-  void SetUp() override {
-    app_test::EnsureApplication();
-    ASSERT_TRUE(root_.isValid());
-    for (const char* folder : {"/ppd", "/documents", "/runtime"}) fs::create_directories(Root() + folder);
-    setenv("CUPS_SERVERROOT", Root().c_str(), 1);
-    // Edited PPD copies go to the user's temporary directory: keep them here.
-    setenv("XDG_RUNTIME_DIR", (Root() + "/runtime").c_str(), 1);
-    std::ofstream(Root() + "/os-release")
-        << "PRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nVERSION=\"12 (bookworm)\"\n";
-  }
-  void TearDown() override {
-    app_.reset();
-    if (server_) server_->Stop();
-  }
-  // Start-up (again), with the seams changed by `adjust`.
-  Result Relaunch(const std::function<void(AppDelegate::Seams&)>& adjust = {}) {
-    AppDelegate::Seams seams;
-    seams.queue = "Card";
-    seams.documentsFolder = Root() + "/documents";
-    seams.osReleasePath = Root() + "/os-release";
-    seams.redirectLog = false;
-    seams.quit = [this] { ++quits_; };
-    seams.makeSession = [this, port = server_ ? server_->Port() : 0](const std::string& queue) {
-      return std::make_unique<DeviceCommunication>(queue, std::make_unique<RecordingTransport>(port, sent_), 2);
-    };
-    if (adjust) adjust(seams);
-    app_ = std::make_unique<AppDelegate>(prompter_, std::move(seams));
-    return app_->applicationDidFinishLaunching();
-  }
-  // Starts the printer of `profile` (profile lines `extra` laid over it), installs `ppd` and runs start-up.
-  Result Start(const std::string& profile = "VKTS32", const std::string& ppd = "VKTS32.ppd",
-               const std::string& extra = {}) {
-    app_.reset();
-    server_ = std::make_unique<EmulatorServer>(app_test::LoadProfile(profile, extra));
-    EXPECT_TRUE(server_->Start()) << "the emulator could not start";
-    fs::copy_file(app_test::FixturePpd(ppd), PpdPath(), fs::copy_options::overwrite_existing);
-    return Relaunch();
-  }
   // Start-up with a printer that never answers, or without a transport.
   Result StartWithout(bool transport = true) {
     return Relaunch([transport](AppDelegate::Seams& seams) {
@@ -187,19 +130,6 @@ class Window : public ::testing::Test {
   std::string Labels() { return (ui().lblFirmwareType->text() + " " + ui().lblCheckSum->text()).toStdString(); }
   std::string Ppd() { return app_test::ReadFile(PpdPath()); }
   std::string Original() { return app_test::ReadFile(app_test::FixturePpd("VKTS32.ppd")); }
-  Ui::MainWindow& ui() { return app_->ui(); }
-  std::string Root() const { return root_.path().toStdString(); }
-  std::string PpdPath() const { return Root() + "/ppd/Card.ppd"; }
-  // Every byte the session wrote since the last call.
-  std::string Sent() { return std::exchange(sent_, {}); }
-
-  QTemporaryDir root_;
-  RecordingWaits waits_;
-  ScriptedPrompter prompter_;
-  std::unique_ptr<EmulatorServer> server_;
-  std::unique_ptr<AppDelegate> app_;
-  std::string sent_;
-  int quits_ = 0;
   FakePpdService service_;
   ppd_test::ScopedEnv port_{"VKT_PPD_SERVICE_PORT", std::to_string(service_.port())};
   std::vector<int> progress_;

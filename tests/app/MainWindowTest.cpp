@@ -201,9 +201,12 @@ TEST_F(Window, EachModelShowsItsInformationAndTabs) {
   } cases[] = {
       // clang-format off
       {"VKTS32", "VKTS32.ppd", "",
-       "Orvex VKT Series 32|VKT32-M V1.02.03.016|S32000001\r|2950\r|1234|YMCKO|120|Yes|No|type 0 two-sided both-on " + all},
+       "Orvex VKT Series 32|VKT32-M V1.02.03.016|S32000001\r|2950\r|1234|YMCKO|120|Yes|No|type 0 two-sided both-on " +
+           all},
       {"VKTS1-both-names", "VKTS1.ppd", "",
-       "Orvex VKT Series 1|VKT11 VKT31 V1.00.01|S01000002\r|2950\r|1234|Monochrome|500|No|No|type 2 one-sided both-off " + noEncoder},
+       "Orvex VKT Series 1|VKT11 VKT31 V1.00.01|S01000002\r|2950\r|1234|Monochrome|500|No|No|"
+       "type 2 one-sided both-off " +
+           noEncoder},
       {"VKTS3C-21", "VKTS32C.ppd", "", "|Yes|PS/SC Contact encoder + Contactless Mifare|"},
       // clang-format on
   };

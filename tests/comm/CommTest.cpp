@@ -74,13 +74,20 @@ TEST(DeviceUriTest, SerialNumberAndIpAddressCuts) {
   // cut; no "/" at all; shorter than the cut.
   const std::tuple<bool, std::string, std::string> cases[] = {
       // clang-format off
-      {false, "usb://Orvex/VKTS32?serial=12345", "12345"}, {false, "usb://Orvex/VKTS32?serial=A=B", "A=B"},
+      {false, "usb://Orvex/VKTS32?serial=12345", "12345"},
+      {false, "usb://Orvex/VKTS32?serial=A=B", "A=B"},
       {false, "usb://Orvex/VKTS32?interface=1&serial=X9", "X9"},
       {false, "usb://Orvex/VKTS32?serial=S32%2F01%20a&interface=1", "S32/01 a"},
-      {false, "usb://Orvex/VKTS32?serial=5%2G%4", "5%2G%4"}, {false, "usb://Orvex/VKTS32?id=7", "7"}, {false, "", ""},
-      {false, "usb://Orvex/VKTS32", "<out of range>"}, {true, "vkt3socket://10.1.2.3:9100", "10.1.2.3:9"},
-      {true, "vkt3socket://10.1.2.3/", "10.1.2.3:9"}, {true, "vkt3socket://192.168.100.200", "192.168.10"},
-      {true, "", "<none>"}, {true, "printer:9100", "<out of range>"}, {true, "vkt3socket://10.1", "<out of range>"},
+      {false, "usb://Orvex/VKTS32?serial=5%2G%4", "5%2G%4"},
+      {false, "usb://Orvex/VKTS32?id=7", "7"},
+      {false, "", ""},
+      {false, "usb://Orvex/VKTS32", "<out of range>"},
+      {true, "vkt3socket://10.1.2.3:9100", "10.1.2.3:9"},
+      {true, "vkt3socket://10.1.2.3/", "10.1.2.3:9"},
+      {true, "vkt3socket://192.168.100.200", "192.168.10"},
+      {true, "", "<none>"},
+      {true, "printer:9100", "<out of range>"},
+      {true, "vkt3socket://10.1", "<out of range>"},
       {true, "host/printer", "printer"},
       // clang-format on
   };
@@ -128,7 +135,9 @@ TEST(FlushHandshakeTest, RoundsUntilAckFailureOrAnotherReply) {
     size_t rounds, left;
   } cases[] = {
       // clang-format off
-      {"ack", {B("\x06")}, 1, 0}, {"naks then ack", naks, 41, 0}, {"silent: one more try", {}, 2, 0},
+      {"ack", {B("\x06")}, 1, 0},
+      {"naks then ack", naks, 41, 0},
+      {"silent: one more try", {}, 2, 0},
       {"other replies", {B("V1\r"), B("\x15"), B("5\r"), B("\x06")}, 3, 1},
       {"closed: zero bytes", {B("\x15"), {std::string(), 0}, B("\x06")}, 2, 1},
       // A printer that answers NAK to everything: the rounds end.
@@ -252,13 +261,29 @@ TEST_F(EmulatorTest, EachQuerySendsItsCommandAndParsesEveryReplyForm) {
   const std::tuple<size_t, std::string, std::string> cases[] = {
       // index into kQueries, reply, result
       // clang-format off
-      {0, "VKT32-M V1.02.03.016\r", "VKT32-M V1.02.03.016\r"}, {0, std::string(1024, '7'), std::string(1024, '7')},
-      {1, " 2950\r", "2950\r"}, {2, "!1234 0\x06", "1234"}, {2, "!1234 7 other text\x06", "1234"},
-      {2, "  !1234 7\t", "!1234 7"}, {2, "987\x06", "987"}, {3, "120,200\r", "120"}, {3, "120\r", "120\r"},
-      {3, "55,200\x04", "None"}, {3, " 77,200\r", " 77"}, {4, "43\r", "YMCKO"}, {4, "20\r", "<none>"},
-      {4, "72\r", "<none>"}, {4, "73\r", "N/A"}, {4, "-1\r", "N/A"}, {4, "abc\r", "No Ribbon"},
-      {4, " 1\r", "Monochrome"}, {5, "\tS32000001\r", "S32000001\r"}, {6, "TRACK 1 W:A R:Q\x06", "TRACK 1 W:A R:Q\x06"},
-      {6, "  T1 W:A \r", "T1 W:A \r"}, {7, "2\r", "2"}, {7, "1 ready\r", "1"},
+      {0, "VKT32-M V1.02.03.016\r", "VKT32-M V1.02.03.016\r"},
+      {0, std::string(1024, '7'), std::string(1024, '7')},
+      {1, " 2950\r", "2950\r"},
+      {2, "!1234 0\x06", "1234"},
+      {2, "!1234 7 other text\x06", "1234"},
+      {2, "  !1234 7\t", "!1234 7"},
+      {2, "987\x06", "987"},
+      {3, "120,200\r", "120"},
+      {3, "120\r", "120\r"},
+      {3, "55,200\x04", "None"},
+      {3, " 77,200\r", " 77"},
+      {4, "43\r", "YMCKO"},
+      {4, "20\r", "<none>"},
+      {4, "72\r", "<none>"},
+      {4, "73\r", "N/A"},
+      {4, "-1\r", "N/A"},
+      {4, "abc\r", "No Ribbon"},
+      {4, " 1\r", "Monochrome"},
+      {5, "\tS32000001\r", "S32000001\r"},
+      {6, "TRACK 1 W:A R:Q\x06", "TRACK 1 W:A R:Q\x06"},
+      {6, "  T1 W:A \r", "T1 W:A \r"},
+      {7, "2\r", "2"},
+      {7, "1 ready\r", "1"},
       // clang-format on
   };
   for (const auto& [index, reply, expected] : cases) {

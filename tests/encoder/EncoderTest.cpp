@@ -82,7 +82,8 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWriteAndReadAsksForTheTickedOn
       {"nothing ticked: a blank card", {}, 0, Encoded::kSent, {question}, "\x1b&B 1 \r\x1b&B 2 \r\x1b&B 3 \r\x1b&E*\r"},
       {"no ASCII form", {{{true, u"A\u0141B"}, {true, u"1\x1b\r2\u00E9"}, {}}}, 0, Encoded::kSent, {question},
        "\x1b&B 1 A?B\r\x1b&B 2 1??2?\r\x1b&B 3 \r\x1b&E*\r"},
-      {"first empty ticked track", {{{false, u"1"}, {true, u""}, {true, u""}}}, 0, Encoded::kNoData, {question, noData2}, ""},
+      {"first empty ticked track", {{{false, u"1"}, {true, u""}, {true, u""}}},
+       0, Encoded::kNoData, {question, noData2}, ""},
       {"answered No", {{{true, u"A"}, {}, {}}}, 1, Encoded::kDeclined, {question}, ""},
   };
   // clang-format on
@@ -104,12 +105,14 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWriteAndReadAsksForTheTickedOn
   // clang-format off
   const struct { const char* profile; std::array<bool, 3> ticked; std::string sent;
                  std::array<std::optional<std::string>, 3> tracks; int unanswered; } reads[] = {
-      {"card_track1 = %B4111^DOE/JOHN^?\ncard_track2 = ;4111=2512?\ncard_track3 = ;01234?", {true, false, true}, L1 + L3,
+      {"card_track1 = %B4111^DOE/JOHN^?\ncard_track2 = ;4111=2512?\ncard_track3 = ;01234?",
+       {true, false, true}, L1 + L3,
        {"%B4111^DOE/JOHN^?", std::nullopt, ";01234?"}, 0},
       // An empty track is answered with the error form: an empty text, no message.
       {"card_track1 = ABC\ncard_track3 = 789", {true, true, true}, L1 + L2 + L3, {"ABC", "", "789"}, 0},
       // No reply at all: later tracks are not asked for.
-      {"card_track1 = ABC\ncard_track3 = 789\nsilent &L2", {true, true, true}, L1 + L2, {"ABC", std::nullopt, std::nullopt}, 2},
+      {"card_track1 = ABC\ncard_track3 = 789\nsilent &L2",
+       {true, true, true}, L1 + L2, {"ABC", std::nullopt, std::nullopt}, 2},
   };
   // clang-format on
   for (const auto& c : reads) {
@@ -128,7 +131,11 @@ TEST_F(EncoderTest, EncodeSendsAllThreeTracksInOneWriteAndReadAsksForTheTickedOn
   // fourth place is an ordinary reply.
   // clang-format off
   const std::pair<std::string, std::string> replies[] = {
-      {"", ""}, {"ABC\r", "ABC"}, {"\x15" "xy\x04 trailing", ""}, {"\x06", ""}, {"\x15" "03", "\x15" "0"}};
+      {"", ""},
+      {"ABC\r", "ABC"},
+      {"\x15" "xy\x04 trailing", ""},
+      {"\x06", ""},
+      {"\x15" "03", "\x15" "0"}};
   // clang-format on
   for (auto [reply, cleaned] : replies) {
     ClearErrorInBuffer(reply);
@@ -141,10 +148,13 @@ TEST(EncoderSettingsReply, MarkersSetTheChoices) {
   const struct { const char* reply; State before, after; } cases[] = {
       {"TRACK 1 W:a3 R:q3 D:75 S:% TRACK 2 W:b1 R:r1 D:210 S:; TRACK 3 W:c2 R:s2 D:75 S:; L:85 W:12 R:10 CO:LOW",
        kFactory, {{2, 0, 1}, {1, 0, 1}, false, true}},
-      {"TRACK 1 W:a2 R:q2 D:210 TRACK 2 W:B R:R D:75 TRACK 3 W:C R:S D:210 CO:HIGH", kNone, {{1, 1, 2}, {0, 1, 0}, true, false}},
-      {"TRACK 1 W:A R:Q D:75 TRACK 2 W:b3 R:r3 D:210 TRACK 3 W:c1 R:s1 D:75 CO:HIGH", kNone, {{0, 2, 0}, {1, 0, 1}, true, false}},
+      {"TRACK 1 W:a2 R:q2 D:210 TRACK 2 W:B R:R D:75 TRACK 3 W:C R:S D:210 CO:HIGH",
+       kNone, {{1, 1, 2}, {0, 1, 0}, true, false}},
+      {"TRACK 1 W:A R:Q D:75 TRACK 2 W:b3 R:r3 D:210 TRACK 3 W:c1 R:s1 D:75 CO:HIGH",
+       kNone, {{0, 2, 0}, {1, 0, 1}, true, false}},
       // A mixed pair: the mode follows the write code, the density stays.
-      {"TRACK 1 W:A R:q2 D:75 TRACK 2 W:B R:r3 D:210 TRACK 3 W:C R:S D:210 CO:HIGH", kNone, {{0, 1, 2}, {-1, -1, 0}, true, false}},
+      {"TRACK 1 W:A R:q2 D:75 TRACK 2 W:B R:r3 D:210 TRACK 3 W:C R:S D:210 CO:HIGH",
+       kNone, {{0, 1, 2}, {-1, -1, 0}, true, false}},
       // Track 3 counts as 210 only when c1 is paired with R:Q.
       {"TRACK 3 W:c1 R:s1 D:210 CO:HIGH", {{0, 1, 2}, {0, 1, 1}, false, false}, {{0, 1, 0}, {0, 1, 1}, true, false}},
       {"TRACK 3 W:c1 R:Q D:210 CO:HIGH", {{0, 1, 2}, {0, 1, 1}, false, false}, {{0, 1, 0}, {0, 1, 0}, true, false}},

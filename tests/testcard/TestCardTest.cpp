@@ -62,8 +62,11 @@ TEST(TestCardText, OddAndMissingEncoderAndParameterReplies) {
   // The coercivity value is compared without its last character.
   const std::pair<std::string, std::string> coercivities[] = {
       // clang-format off
-      {"CO:HIGH\x06", "High coercivity"}, {"CO:HIGH;", "High coercivity"}, {"CO:LOW\x06", "Low Coercivity"},
-      {"CO:HIGH", "Low Coercivity"}, {"", "Low Coercivity"},
+      {"CO:HIGH\x06", "High coercivity"},
+      {"CO:HIGH;", "High coercivity"},
+      {"CO:LOW\x06", "Low Coercivity"},
+      {"CO:HIGH", "Low Coercivity"},
+      {"", "Low Coercivity"},
       // clang-format on
   };
   for (const auto& [tail, shown] : coercivities)
@@ -130,9 +133,16 @@ TEST(TestCardRenderer, FailingOrMissingPrinterLeavesTheValuesEmpty) {
 TEST(TestCardRenderer, BackgroundChosenByKindAndColourFlag) {
   const std::tuple<int, int, std::string> cases[] = {
       // clang-format off
-      {0, 1, "StandardCardColor.bmp"}, {0, 0, "StandardCardMono.bmp"}, {1, 1, "ParametersColorBackground.bmp"},
-      {2, 1, "ParametersColorBackground.bmp"}, {1, 0, "ParametersBlackBackground.bmp"},
-      {2, 0, "ParametersBlackBackground.bmp"}, {3, 1, ""}, {-1, 0, ""}, {0, 2, ""}, {1, -1, ""},
+      {0, 1, "StandardCardColor.bmp"},
+      {0, 0, "StandardCardMono.bmp"},
+      {1, 1, "ParametersColorBackground.bmp"},
+      {2, 1, "ParametersColorBackground.bmp"},
+      {1, 0, "ParametersBlackBackground.bmp"},
+      {2, 0, "ParametersBlackBackground.bmp"},
+      {3, 1, ""},
+      {-1, 0, ""},
+      {0, 2, ""},
+      {1, -1, ""},
       // clang-format on
   };
   // The colour pictures have colour (1), the monochrome ones none at all (0).

@@ -88,7 +88,6 @@ TEST(ArchiveFormats, WrittenFilesLoadInPlistlibWithExactKeysAndTypes) {
             "Offset: Front_X_Offset='-12' Front_Y_Offset='7' Back_X_Offset='0' Back_Y_Offset='+3'\n"
             "MagneticEncoding: Coercivity='High Coercivity' Track1 Track2 Track3\nTrack1: Mode=0 Density=1\n"
             "Track2: Mode=2 Density=0\nTrack3: Mode=1 Density=1\n");
-  EXPECT_EQ(ppd_test::ReadFile(printer).substr(0, 5), "<?xml");  // the XML form, not the binary one
   // A byte-order mark is read past.
   std::ofstream(printer + ".bom") << "\xEF\xBB\xBF" << ppd_test::ReadFile(printer);
   EXPECT_EQ(Describe(printer + ".bom"),
@@ -117,7 +116,6 @@ TEST(ArchiveFormats, WrittenFilesLoadInPlistlibWithExactKeysAndTypes) {
   const std::string nowhere = (dir.path() / "no" / "such.plist").string();
   EXPECT_FALSE(printer_settings::Write(settings, nowhere, error));
   EXPECT_EQ(error.rfind("Cannot create a file in " + (dir.path() / "no").string() + ": ", 0), 0u) << error;
-  EXPECT_FALSE(fs::exists(nowhere));
 }
 
 TEST(ArchiveFormats, PlistlibFilesReadBackWithWrongTypesConvertedOrDropped) {
@@ -134,8 +132,7 @@ TEST(ArchiveFormats, PlistlibFilesReadBackWithWrongTypesConvertedOrDropped) {
        "serial '42' track1 '2''1' offset '-5'-'2''1' feed 0"},
       // Missing options are -1, a missing text stays null.
       {"{'VKTS3PrinterConfig': {'Print_on_both_sides': 1, 'Rotate180': -1, 'Printing_Mode': 2, 'LogEnabled': 1, "
-       "'Mdata2': 1, 'Separator': "
-       "'|', 'FileName': 'Day.log', 'Unknown': 5}}",
+       "'Mdata2': 1, 'Separator': '|', 'FileName': 'Day.log', 'Unknown': 5}}",
        "1 -1 -1 2 | 1 0 0 0 0 0 0 0 0 1 0 '|' 'Day.log' -"},
       // A text without digits is 0; a dictionary or data has no number; a
       // number is not a text; a line break would add PPD lines.

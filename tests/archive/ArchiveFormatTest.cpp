@@ -131,8 +131,8 @@ TEST(ArchiveFormats, PlistlibFilesReadBackWithWrongTypesConvertedOrDropped) {
        "'Density': 1.9}, 'Track3': 'not a track'}}}",
        "serial '42' track1 '2''1' offset '-5'-'2''1' feed 0"},
       // Missing options are -1, a missing text stays null.
-      {"{'VKTS3PrinterConfig': {'Print_on_both_sides': 1, 'Rotate180': -1, 'Printing_Mode': 2, 'LogEnabled': 1, "
-       "'Mdata2': 1, 'Separator': '|', 'FileName': 'Day.log', 'Unknown': 5}}",
+      {"{'VKTS3PrinterConfig': {'Print_on_both_sides': 1, 'Printing_Mode': 2, 'LogEnabled': 1, 'Mdata2': 1, "
+       "'Separator': '|', 'FileName': 'Day.log', 'Unknown': 5}}",
        "1 -1 -1 2 | 1 0 0 0 0 0 0 0 0 1 0 '|' 'Day.log' -"},
       // A text without digits is 0; a dictionary or data has no number; a
       // number is not a text; a line break would add PPD lines.

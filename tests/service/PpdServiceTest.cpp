@@ -33,16 +33,14 @@ TEST_F(ServiceFixture, RefusedRequestsChangeNothing) {
   const std::string source = Source(Edited("FrontX: 0", "FrontX: 1"));  // edit1.ppd
   const std::string &p = ppdFolder, &u = userFolder, r = root.path, kSource = PpdReplacer::kSourceRefusal;
   ASSERT_EQ(::symlink(source.c_str(), (u + "/link.ppd").c_str()) | ::symlink(card.c_str(), (p + "/Link.ppd").c_str()) |
-                ::symlink((r + "/outside.ppd").c_str(), (p + "/Far.ppd").c_str()) |
                 ::mkfifo((u + "/fifo.ppd").c_str(), 0600) | ::mkfifo((p + "/Fifo.ppd").c_str(), 0600),
             0);
-  const std::string others[] = {r + "/outside.ppd", r + "/other/Card.ppd", r + "/ppdx/Card.ppd", p + "/sub/Card.ppd"};
+  const std::string others[] = {r + "/ppdx/Card.ppd", p + "/sub/Card.ppd"};
   for (const std::string& other : others) {
     std::filesystem::create_directories(std::filesystem::path(other).parent_path());
     WriteFile(other, original);
   }
   WriteFile(p + "/Card.txt", original);
-  WriteFile(p + "/Office.ppd", ReplaceOnce(original, "\"VKTS32.PPD\"", "\"LASER.PPD\""));
   WriteFile(p + "/Bare.ppd", ReplaceOnce(original, "*PCFileName: \"VKTS32.PPD\"\n", "*%\n"));
   WriteFile(p + "/Lower.ppd", ReplaceOnce(original, "\"VKTS32.PPD\"", "\"vkts32.ppd\""));
   std::string big = Edited("StaticText:Orvex", "StaticText:x");
@@ -62,8 +60,6 @@ TEST_F(ServiceFixture, RefusedRequestsChangeNothing) {
       {u + "/link.ppd|" + card, kSource},
       {u + "/missing.ppd|" + card, kSource},
       {source + "|" + p + "/Link.ppd", "the destination is a link"},
-      {source + "|" + p + "/Far.ppd", "the destination is a link"},
-      {source + "|" + r + "/other/Card.ppd", "the destination is not in the PPD folder"},
       {source + "|" + r + "/ppdx/Card.ppd", "the destination is not in the PPD folder"},
       {source + "|" + p + "/sub/Card.ppd", "the destination is not directly in the PPD folder"},
       {source + "|" + p + "//Card.ppd", "the destination is not directly in the PPD folder"},
@@ -72,10 +68,8 @@ TEST_F(ServiceFixture, RefusedRequestsChangeNothing) {
       {source + "|" + p + "/Missing.ppd", "cannot open the destination"},
       {u + "/fifo.ppd|" + card, kSource},
       {source + "|" + p + "/Fifo.ppd", "the destination is not a regular file"},
-      {u + "|" + card, kSource},
       {Source(big) + "|" + card, kSource},
       // Only the PPD of a card printer may be written.
-      {source + "|" + p + "/Office.ppd", kNotCard},
       {source + "|" + p + "/Bare.ppd", kNotCard},
       {source + "|" + p + "/Lower.ppd", kNotCard},
       {Source(Edited("FrontX: 0", "FrontX: 1"), ::getuid(), 257) + "|" + card, "request longer than 256 bytes"},
@@ -107,9 +101,6 @@ TEST_F(ServiceFixture, RequestsOfAUserNotInTheGroupOfAFileItCannotReadAndOfAUser
   const std::string request = Source(edit, kNobody) + "|" + card, hidden = root.path + "/root-only";
   ExpectRefused(request, PpdReplacer::kSourceRefusal);  // root may ask, but the file is not root's
   EXPECT_EQ(AskAsNobody(port, request), "ERROR: user 65534 is neither root nor in group lpadmin");
-  StartService("vkt-no-such-group");  // a group that does not exist: only root
-  EXPECT_EQ(AskAsNobody(port, request), "ERROR: user 65534 is neither root nor in group vkt-no-such-group");
-  EXPECT_EQ(State(), kUnchanged);
   StartService("nogroup", std::chrono::seconds(4));
   pollfd fds[10];
   for (pollfd& fd : fds) fd = {Connect(port), POLLIN, 0};

@@ -20,9 +20,6 @@ TEST(SavePPDFileAsRoot, SendsTheRequestBytesAndOnlyAnOkReplyCountsAsSaved) {
   const std::string refusal = "ERROR: requester 65534 may not replace PPD files";
   const auto got = [](const std::string& reply) { return "Data received is " + reply + " \n"; };
   const auto failed = [&](const std::string& why) { return "PPD service did not save " + dst + ": " + why + "\n"; };
-  const auto tooLong = [](int bytes) {
-    return "PPD service request refused: " + std::to_string(bytes) + " bytes, longer than 255 bytes\n";
-  };
   const struct {
     FakePpdService::Options service;
     std::string src, dst, expected;  // "<result> <the one request sent, or none> <log>"
@@ -32,7 +29,7 @@ TEST(SavePPDFileAsRoot, SendsTheRequestBytesAndOnlyAnOkReplyCountsAsSaved) {
       {{.answer = false}, src, dst, "-1 sent " + got("") + failed("no answer")},
       {{.reply = std::string(300, 'r')}, src, dst, "-1 sent " + got(r256) + failed(r256)},  // one read of 256 bytes
       {{}, fits, dst, "1 sent " + got("OK")},
-      {{}, fits + "b", dst, "-1 none " + tooLong(256)},
+      {{}, fits + "b", dst, "-1 none PPD service request refused: 256 bytes, longer than 255 bytes\n"},
       // A service that takes the request and never answers: a bounded wait.
       {{.hold = true}, src, dst, "-1 sent " + failed("no answer within 1000 ms")},
   };

@@ -35,8 +35,6 @@ class FakePpdService {
     ::close(listener_);
     for (int client : held_) ::close(client);
   }
-  FakePpdService(const FakePpdService&) = delete;
-  FakePpdService& operator=(const FakePpdService&) = delete;
 
   int port() const { return port_; }
   // The bytes of each request's first read, in order.
@@ -54,9 +52,7 @@ class FakePpdService {
  private:
   static int Listen(int* port) {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
     socklen_t length = sizeof address;
     if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || ::listen(fd, 8) != 0 ||
         ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)

@@ -35,12 +35,12 @@ TEST(ReaderModel, ModelKeywordsValueTablesAndDefaultsFollowTheFirstPcFileName) {
   PPDHelper helper;
   helper.InitPPD(FixturePath(Case().file));
   const std::string p = Case().prefix, file = ppd_test::ReadFile(FixturePath(Case().file));
-  EXPECT_EQ(helper.PPD_nPrinterModel, Case().model);
-  EXPECT_EQ(helper.PrinterModel + "|" + helper.GetPrinterModelString(), p + "|" + p);
   EXPECT_EQ(helper.GetPPDDefaultValues(), Case().defaults);
-  EXPECT_EQ(helper.PPD_strPrinterSerialNo, Case().serial);
-  EXPECT_EQ(helper.PPD_strIPAddress, "203.0.113.10");
-  EXPECT_EQ(helper.IsRibbonAlertEnabled(), 1);
+  // Model, keyword prefix, model name, serial number, address, ribbon alert.
+  EXPECT_EQ(std::to_string(helper.PPD_nPrinterModel) + "|" + helper.PrinterModel + "|" +
+                helper.GetPrinterModelString() + "|" + helper.PPD_strPrinterSerialNo + "|" + helper.PPD_strIPAddress +
+                "|" + std::to_string(helper.IsRibbonAlertEnabled()),
+            std::to_string(Case().model) + "|" + p + "|" + p + "|" + Case().serial + "|203.0.113.10|1");
   // Keyword, table and table size. Each line of a table is the default line
   // of one choice the file offers, in order: that is how the rewriter finds
   // and writes a line.

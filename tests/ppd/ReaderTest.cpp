@@ -56,7 +56,6 @@ TEST(Reader, UnusualDefaultsMissingEntriesRibbonsAndAFileThatGoesAway) {
   const std::string missing = "No such a option name found (null)\n";
   EXPECT_EQ(log, missing + missing + "attr value is 198.51.100.4\n" + missing + missing +
                      "attr value is -7\nattr value is 12\nattr value is 3\nNo such a option name found\n");
-  EXPECT_EQ(helper.PPD_nPrinterModel, 0);
   // Ribbon 10KResin, rotation 2Back, "Diffusion" without digits, no
   // combination and no half-panel option.
   EXPECT_EQ(helper.GetPPDDefaultValues(), (std::array<int, 7>{2, 0, 0, 1, 0, 10, 0}));

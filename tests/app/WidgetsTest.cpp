@@ -35,7 +35,8 @@ TEST(WidgetsTest, MessageBoxesShowTheTextsAndReportTheButtonPressed) {
   };
   for (const auto& c : cases) {
     QString seen;
-    QTimer::singleShot(0, [&seen, &c] {
+    // The user answers after a moment: a question without a timeout waits for it.
+    QTimer::singleShot(200, [&seen, &c] {
       auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
       ASSERT_NE(box, nullptr);
       QStringList visible;

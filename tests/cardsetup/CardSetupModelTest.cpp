@@ -140,6 +140,9 @@ TEST_F(CardSetupModelTest, TheListsFollowBothSidesTheCombinationAndTheRibbonAndR
        "2:No 19:Standard White Monochrome/off 1:Front K 4:Text #0 apply 3:Print 2:None"},
       {&m.TypeOfRibbon, "Half Panel YMCKO 250 Prints",
        "2:No 19:Half Panel YMCKO 250 Prints/off 1:Front YMCKO 2:Barcode #0 half:on apply 3:Print 2:None"},
+      {&m.PrintingMode, "Print and Encode on same side",
+       "2:No 19:Half Panel YMCKO 250 Prints/off 1:Front YMCKO 2:Barcode #0 half:on apply 3:Print and Encode on same side "
+       "2:None"},
   };
   // clang-format on
   for (const auto& step : steps) {

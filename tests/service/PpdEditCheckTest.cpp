@@ -19,6 +19,8 @@ TEST(PpdEditCheck, EditsOfTheFixtureAreAcceptedOrRefusedWithTheirReason) {
   } cases[] = {
       {"PrinterSerialNo: S32-000123", "PrinterSerialNo: ", "accepted"},
       {"FrontX: 0", "FrontX: -2147483648", "accepted"},
+      {"FrontX: 0", "FrontX: -", "line 125: the value of FrontX is not a number"},
+      {"FrontX: 0", "FrontX: 12345678901", "line 125: the value of FrontX is not a number"},
       {"*DefaultVKTS32MonoConversion: 0Diffusion", "*DefaultVKTS32MonoConversion: 3Text", "accepted"},
       {"*FileName:VKTS3.log", "*FileName:Cards_2026-11.log", "accepted"},
       {"StaticText:Orvex", "StaticText:Badge office \xC3\xA9t\xC3\xA9", "accepted"},

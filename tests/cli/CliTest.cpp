@@ -101,6 +101,9 @@ TEST(Cli, OffsetsFeederAndConsoleReachThePrinter) {
        "1||vkts3-cli: \"A 1\" is the window's test-card shortcut; print test cards with `vkts3-cli test-card`\n"},
       {"test-card Card2 sideways", "1||vkts3-cli: the test card is standard, parameter or encoder, not sideways\n"},
       {"eject VKTS31Ipp", "1||vkts3-cli: VKTS31Ipp: Not able to launch printer properties.\n"},
+      {"clean Card2 --kind encoder",
+       "1||Orvex Printer Settings: Please remove the ribbon from the printer.Close the head of the printer.Press Clear "
+       "button on the printer.Then press YES [Yes/No] No\nvkts3-cli: cleaning not started\n"},
   });
   // A firmware file of our own (its markers at 14 and 15): the question is answered No.
   std::string firmware(100, '\0');

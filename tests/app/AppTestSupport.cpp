@@ -22,16 +22,12 @@ void EnsureApplication() {
   QApplication::setQuitOnLastWindowClosed(false);
 }
 
-PrinterProfile LoadProfile(const std::string& name, const std::string& extra) {
+// A profile of emulator/profiles/, with `extra` profile lines laid over it.
+static PrinterProfile LoadProfile(const std::string& name, const std::string& extra) {
   PrinterProfile profile;
   std::string error, text = ReadFile(std::string(VKT_PROFILE_DIR) + "/" + name + ".profile");
   EXPECT_TRUE(!text.empty() && ParsePrinterProfile(text + "\n" + extra + "\n", &profile, &error)) << name << error;
   return profile;
-}
-
-std::unique_ptr<DeviceCommunication> SessionTo(const std::string& queue, int port) {
-  auto transport = std::make_unique<EthernetCommunication>("vkt3socket://127.0.0.1:" + std::to_string(port) + "/");
-  return std::make_unique<DeviceCommunication>(queue, std::move(transport), 2);
 }
 
 std::string FixturePpd(const std::string& file) { return std::string(VKT_FIXTURE_PPD_DIR) + "/" + file; }
